@@ -1,0 +1,27 @@
+#include "Kernels/md_tetrab_variants.h"
+
+namespace movane {
+
+#ifndef MOVANE_SCALAR_ONLY
+extern const MdTetrabKernels md_tetrab_avx2;
+extern const MdTetrabKernels md_tetrab_sse41;
+#endif
+
+namespace {
+
+constexpr Variant<MdTetrabKernels> kBestFirst[] = {
+#ifndef MOVANE_SCALAR_ONLY
+    {Cpu::avx2, &md_tetrab_avx2},
+    {Cpu::sse41, &md_tetrab_sse41},
+#endif
+    {Cpu::baseline, &md_tetrab_scalar},
+};
+
+// process-wide: the variant in use
+constinit Dispatch<MdTetrabKernels> dispatch{kBestFirst};
+
+}  // namespace
+
+Dispatch<MdTetrabKernels>& md_tetrab_kernels() noexcept { return dispatch; }
+
+}  // namespace movane
