@@ -1,0 +1,57 @@
+// A directory that a test has to itself, and the few file operations that tests need, apart from
+// the library's own.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+
+namespace movane_tests {
+
+inline std::filesystem::path path_of(const std::string& utf8) {
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+/// Made with the object, removed with all that is in it at the object's end.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory() {
+        std::random_device random;
+        do {
+            path_ = std::filesystem::temp_directory_path() / ("movane-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(path_));
+    }
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&)            = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    /// The UTF-8 path of something in the directory, with "/" between levels.
+    std::string operator/(const std::string& name) const {
+        const std::u8string joined = (path_ / path_of(name)).generic_u8string();
+        return {joined.begin(), joined.end()};
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+inline void write_file(const std::string& path, const std::string& bytes) {
+    std::ofstream(path_of(path), std::ios::binary) << bytes;
+}
+
+/// "" also when there is no such file.
+inline std::string read_file(const std::string& path) {
+    std::ifstream in(path_of(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline bool exists(const std::string& path) {
+    return std::filesystem::exists(std::filesystem::symlink_status(path_of(path)));
+}
+
+}  // namespace movane_tests
