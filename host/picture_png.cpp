@@ -1,0 +1,85 @@
+// The same picture in pixels, by cairo.
+
+#include "picture.h"
+
+#include <cairo.h>
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <numbers>
+
+namespace host {
+namespace {
+
+struct DestroyContext {
+    void operator()(cairo_t* context) const { cairo_destroy(context); }
+};
+struct DestroySurface {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+using Context = std::unique_ptr<cairo_t, DestroyContext>;
+using Surface = std::unique_ptr<cairo_surface_t, DestroySurface>;
+
+void set_colour(cairo_t* c, unsigned colour) {
+    cairo_set_source_rgb(c, (colour >> 16 & 255) / 255.0, (colour >> 8 & 255) / 255.0,
+                         (colour & 255) / 255.0);
+}
+
+void draw_label(cairo_t* c, const Label& label) {
+    cairo_text_extents_t extents;
+    cairo_text_extents(c, label.text.c_str(), &extents);
+    cairo_move_to(c, label.at.x - label.align * extents.x_advance, label.at.y);
+    cairo_show_text(c, label.text.c_str());
+}
+
+void draw_layer(cairo_t* c, const Layer& layer) {
+    set_colour(c, layer.colour);
+    cairo_set_line_width(c, layer.line_width);
+    cairo_set_dash(c, &kDashLength, layer.is_dashed, 0);
+    for (const auto& line : layer.lines) {
+        cairo_new_path(c);  // a text leaves a point behind
+        for (const Point p : line) cairo_line_to(c, p.x, p.y);
+        cairo_stroke(c);
+    }
+    for (const ControlPoints& p : layer.cubics) {
+        cairo_move_to(c, p[0].x, p[0].y);
+        cairo_curve_to(c, p[1].x, p[1].y, p[2].x, p[2].y, p[3].x, p[3].y);
+        cairo_stroke(c);
+    }
+    for (const Point p : layer.dots) {
+        cairo_arc(c, p.x, p.y, layer.dot_radius, 0, 2 * std::numbers::pi);
+        cairo_fill(c);
+    }
+    for (const Label& label : layer.labels) draw_label(c, label);
+}
+
+}  // namespace
+
+void draw(const Picture& picture, PngWriter& png) {
+    const Surface surface(
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture.width, picture.height));
+    const Context context(cairo_create(surface.get()));
+    cairo_t* const c = context.get();
+    set_colour(c, 0xffffff);
+    cairo_paint(c);
+    cairo_select_font_face(c, "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(c, kFontSize);
+    for (const Layer& layer : picture.layers) draw_layer(c, layer);
+    cairo_surface_flush(surface.get());
+    if (cairo_status(c) != CAIRO_STATUS_SUCCESS) throw std::bad_alloc();
+
+    const unsigned char* const pixels = cairo_image_surface_get_data(surface.get());
+    const int line_bytes              = cairo_image_surface_get_stride(surface.get());
+    std::vector<unsigned char> rgb;
+    for (int y = 0; y < picture.height; ++y) {
+        const auto* const line = reinterpret_cast<const std::uint32_t*>(pixels + y * line_bytes);
+        rgb.clear();
+        for (int x = 0; x < picture.width; ++x)
+            for (const int shift : {16, 8, 0})
+                rgb.push_back(static_cast<unsigned char>(line[x] >> shift));
+        png.write(rgb.data());
+    }
+}
+
+}  // namespace host

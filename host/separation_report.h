@@ -1,0 +1,34 @@
+// What a separation tells about itself on standard output.
+#pragma once
+
+#include "image_reader.h"
+#include "ink_statistics.h"
+#include "table_check.h"
+
+#include <optional>
+#include <string>
+
+namespace host {
+
+struct SeparationReport {
+    std::string photo, output, preview;  // files; preview may be ""
+    ImageInfo image;
+    std::string source_profile;  // description and where it comes from
+    std::string device_profile, device_file;
+    Intent intent;
+    bool has_black_point_compensation;
+    int grid;
+    double table_seconds;       // to fill the table
+    double image_seconds;       // from the first line read to the last line written
+    double conversion_seconds;  // of these, in the table
+    InkStatistics inks;
+    std::optional<TableError> check;
+    double check_limit;
+
+    bool has_passed() const { return !check || check->percentile_99 <= check_limit; }
+};
+
+void print_text(const SeparationReport& report);
+void print_json(const SeparationReport& report);
+
+}  // namespace host

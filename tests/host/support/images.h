@@ -1,0 +1,47 @@
+// Small images, and files of them in every kind that the program reads.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace host_tests {
+
+/// Interleaved samples: 1 channel is gray, 2 gray and alpha, 3 RGB, 4 RGB and alpha or CMYK.
+struct Image {
+    int width = 0, height = 0, channels = 0;
+    std::vector<std::uint8_t> samples;
+
+    std::uint8_t* at(int x, int y) { return &samples[offset(x, y)]; }
+    const std::uint8_t* at(int x, int y) const { return &samples[offset(x, y)]; }
+
+private:
+    std::size_t offset(int x, int y) const {
+        return static_cast<std::size_t>((y * width + x) * channels);
+    }
+};
+
+Image flat(int width, int height, const std::vector<std::uint8_t>& pixel);
+
+/// Patches of 8 x 8 pixels in at most 256 colours (or grays), so that a palette holds them and
+/// JPEG hardly changes them; opaque.
+Image patches(int width, int height, int channels);
+
+struct Kind {
+    int bits         = 8;
+    bool is_whole    = false;  // interlaced PNG, progressive JPEG
+    bool is_tiled    = false;  // TIFF
+    bool is_planar   = false;  // TIFF
+    bool has_palette = false, is_inverted = false, is_premultiplied = false;
+    double dpi          = 0;
+    std::string profile = {};
+};
+
+void write_png(const std::string& path, const Image& image, const Kind& kind = {});
+void write_jpeg(const std::string& path, const Image& image, const Kind& kind = {});
+void write_tiff(const std::string& path, const Image& image, const Kind& kind = {});
+
+Image read_cmyk_tiff(const std::string& path);
+Image read_rgb_png(const std::string& path);
+
+}  // namespace host_tests
