@@ -434,38 +434,42 @@ int FilePacker::ReadEntrySize(long* size) {
 }
 
 // --- raw access ------------------------------------------------------------------------------
+// The mode is asked before the stream: some C runtimes write into the buffer of a stream that
+// reads, and the reverse, and call it a success.
 
 int FilePacker::ReadString(char* text) {
     if (!stream_) return ThrowError(kNotOpened, archive_name_);
-    return read_text(stream_, text, kNameSize) == Text::complete
-               ? kNoError
-               : ThrowError(kNotAnArchive, archive_name_);
+    text[0] = '\0';
+    const bool is_complete =
+        mode_ == mode_read && read_text(stream_, text, kNameSize) == Text::complete;
+    return is_complete ? kNoError : ThrowError(kNotAnArchive, archive_name_);
 }
 
 int FilePacker::WriteString(const char* text) {
     if (!stream_) return ThrowError(kNotOpened, archive_name_);
-    return write_bytes(stream_, text, std::strlen(text) + 1)
-               ? kNoError
-               : ThrowError(kCannotWrite, archive_name_);
+    const bool is_written =
+        mode_ == mode_write && write_bytes(stream_, text, std::strlen(text) + 1);
+    return is_written ? kNoError : ThrowError(kCannotWrite, archive_name_);
 }
 
 int FilePacker::ReadBinaryData(char* data, int size) {
     if (!stream_) return ThrowError(kNotOpened, archive_name_);
-    const auto bytes = static_cast<std::size_t>(std::max(size, 0));
-    data[0]          = '\0';
-    return std::fread(data, 1, bytes, stream_) == bytes ? kNoError
-                                                        : ThrowError(kNotAnArchive, archive_name_);
+    const auto bytes   = static_cast<std::size_t>(std::max(size, 0));
+    data[0]            = '\0';
+    const bool is_read = mode_ == mode_read && std::fread(data, 1, bytes, stream_) == bytes;
+    return is_read ? kNoError : ThrowError(kNotAnArchive, archive_name_);
 }
 
 int FilePacker::WriteBinaryData(const char* data, int size) {
     if (!stream_) return ThrowError(kNotOpened, archive_name_);
-    return write_bytes(stream_, data, static_cast<std::size_t>(std::max(size, 0)))
-               ? kNoError
-               : ThrowError(kCannotWrite, archive_name_);
+    const bool is_written = mode_ == mode_write &&
+                            write_bytes(stream_, data, static_cast<std::size_t>(std::max(size, 0)));
+    return is_written ? kNoError : ThrowError(kCannotWrite, archive_name_);
 }
 
 int FilePacker::ReadUpTo(char* buffer, int size, const char* delimiter) {
     if (!stream_) return ThrowError(kNotOpened, archive_name_);
+    if (mode_ != mode_read) return ThrowError(kNotAnArchive, archive_name_);
     const std::size_t length = std::strlen(delimiter);
     if (buffer && size > 0) {
         const auto room = static_cast<std::size_t>(size);
