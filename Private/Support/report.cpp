@@ -18,8 +18,7 @@ Formatted::Formatted(const char* format, ...) {
     va_end(values);
 }
 
-void Reporter::no_resources(int kind, std::source_location where) const {
-    const int line = static_cast<int>(where.line());
+void Reporter::no_resources(int kind, int line) const {
     const Formatted message("nr: %d, kind: %d, sys: %d, file: %s, line: %d, info: %s", kErrorNumber,
                             kind, kOutOfMemory, module_, line, "No resources available");
     error_mess_fl(message, module_, line);

@@ -3,8 +3,6 @@
 
 #include "movane/foundation.h"
 
-#include <source_location>
-
 namespace movane {
 
 /// A message that holds values, cut to what the reporter keeps:
@@ -24,15 +22,14 @@ public:
     constexpr explicit Reporter(const char* module) : module_(module) {}
 
     /// Posts a message through the error reporter, with the line of the call.
-    void operator()(const char* message,
-                    std::source_location where = std::source_location::current()) const {
-        error_mess_fl(message, module_, static_cast<int>(where.line()));
+    void operator()(const char* message, int line = __builtin_LINE()) const {
+        error_mess_fl(message, module_, line);
     }
 
     /// Posts the structured message of a module that ran out of memory.
     ///
     /// @param kind  the family's own kind of failure
-    void no_resources(int kind, std::source_location where = std::source_location::current()) const;
+    void no_resources(int kind, int line = __builtin_LINE()) const;
 
 private:
     const char* module_;
