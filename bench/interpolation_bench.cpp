@@ -115,7 +115,7 @@ md_tetrab_table* filled_table(int dims, int outputs) {
 
 void convert(benchmark::State& state, const md_tetrab_table* table, Image* in, Image* out,
              const movane::MdTetrabKernels* variant) {
-    movane::md_tetrab_kernels().use(variant);
+    movane::md_tetrab_kernels.use(variant);
     for (auto _ : state) {
         for (int y = 0; y < in->height; ++y) {
             unsigned char *from = in->line(y), *to = out->line(y);
@@ -164,7 +164,7 @@ int main(int argc, char** argv) {
     for (Case& c : cases) {
         md_tetrab_table*& table = tables[c.in.channels][c.out.channels];
         if (!table) table = filled_table(c.in.channels, c.out.channels);
-        for (const auto& variant : movane::md_tetrab_kernels().variants()) {
+        for (const auto& variant : movane::md_tetrab_kernels.variants()) {
             if (!movane::cpu_offers(variant.needs)) continue;
             benchmark::RegisterBenchmark((c.name + "/" + variant.kernels->name).c_str(), convert,
                                          table, &c.in, &c.out, variant.kernels);

@@ -22,7 +22,7 @@ using movane_tests::random_table;
 using movane_tests::TablePair;
 
 TEST(ByteSimplexKernels, VariantsEqualTheDefinition) {
-    auto& kernels = movane::md_tetrab_kernels();
+    auto& kernels = movane::md_tetrab_kernels;
     Random random(3);
     for (int round = 0; round < 800; ++round) {
         const TablePair tables = random_table(random, random.among({1, 2, 3, 3, 3, 4, 4, 4, 5}));
@@ -47,7 +47,7 @@ TEST(ByteSimplexKernels, VariantsEqualTheDefinition) {
 // Cell offsets of up to 24 bits are packed beside the weights; 4-D grids of 62 and 64 lie on
 // either side of that.
 TEST(ByteSimplexKernels, VariantsAgreeOnLargeGrids) {
-    auto& kernels = movane::md_tetrab_kernels();
+    auto& kernels = movane::md_tetrab_kernels;
     Random random(4);
     for (const int grid : {62, 64}) {
         const movane_tests::ByteTable table(md_tetrab_new(4, 1, grid));

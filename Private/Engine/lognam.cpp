@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr movane::Reporter report{"MOVANE/Private/Source/lognam"};
+constexpr movane::Reporter report{"MOVANE/Private/Engine/lognam"};
 
 constexpr std::size_t kTextSize = 256;  // bytes of a name or a translation, terminator included
 

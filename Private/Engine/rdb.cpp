@@ -125,16 +125,6 @@ bool load(rdb_rfile& file) {
     return true;
 }
 
-bool write_all(files::File out, const char* data, std::size_t size) {
-    while (size > 0) {
-        const std::int64_t written = files::write(out, data, size);
-        if (written <= 0) return false;
-        data += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 bool save(const rdb_rfile& file) {
     files::Status found;
     if (files::status(file.path, found) && (!found.is_plain_file || found.is_read_only))
@@ -149,7 +139,7 @@ bool save(const rdb_rfile& file) {
     }
     if (!out) return false;
     const bool is_written =
-        write_all(out.get(), file.text.get(), file.size) && files::flush(out.get());
+        files::write_all(out.get(), file.text.get(), file.size) && files::flush(out.get());
     if (out.close() && is_written && files::rename(temporary, file.path)) return true;
     files::remove(temporary);
     return false;

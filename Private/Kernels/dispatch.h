@@ -2,12 +2,14 @@
 //
 // Each kernel consists of
 //   <kernel>_kernel.h        the signature and the table type
-//   <kernel>_kernel.inl      the definition: plain loops, no #ifdef
+//   <kernel>_kernel.inl      the definition: plain loops, no #ifdef; other .inl files hold what
+//                            several kernels or the variants alone share
 //   <kernel>_scalar.cpp      includes the definition and exports one table; likewise _sse41, _avx2
 //   <kernel>_variants.h/cpp  the list of tables, best first, and the dispatch that chooses
 //
-// The per-CPU files include their own headers and fixed-width integers only: a copy of a foreign
-// inline function, compiled for a newer processor, could otherwise be linked into the baseline.
+// The per-CPU files include their own headers, <immintrin.h> and fixed-width integers only: a copy
+// of a foreign inline function, compiled for a newer processor, could otherwise be linked into the
+// baseline.
 #pragma once
 
 #include "Kernels/cpu.h"

@@ -33,7 +33,6 @@ struct Lanes {
 
 }  // namespace
 
-extern const FirKernels fir_avx2;
 const FirKernels fir_avx2 = {"avx2", filter_line<std::uint8_t>, filter_line<std::uint16_t>};
 
 }  // namespace movane

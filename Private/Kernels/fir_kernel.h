@@ -28,4 +28,6 @@ struct FirKernels {
     void (*filter_16)(const FirLine<std::uint16_t>&);
 };
 
+extern const FirKernels fir_scalar, fir_sse41, fir_avx2;
+
 }  // namespace movane

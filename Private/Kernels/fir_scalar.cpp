@@ -34,7 +34,6 @@ struct Lanes {
 
 }  // namespace
 
-extern const FirKernels fir_scalar;
 const FirKernels fir_scalar = {"scalar", filter_line<std::uint8_t>, filter_line<std::uint16_t>};
 
 }  // namespace movane

@@ -33,7 +33,6 @@ struct Lanes {
 
 }  // namespace
 
-extern const FirKernels fir_sse41;
 const FirKernels fir_sse41 = {"sse41", filter_line<std::uint8_t>, filter_line<std::uint16_t>};
 
 }  // namespace movane

@@ -1,9 +1,6 @@
 #include "Kernels/fir_variants.h"
 
 namespace movane {
-
-extern const FirKernels fir_scalar, fir_sse41, fir_avx2;
-
 namespace {
 
 constexpr Variant<FirKernels> kBestFirst[] = {
@@ -16,7 +13,7 @@ constexpr Variant<FirKernels> kBestFirst[] = {
 
 }  // namespace
 
-// process-wide: the variant in use.
+// process-wide: the variant in use
 constinit Dispatch<FirKernels> fir_kernels{kBestFirst};
 
 }  // namespace movane

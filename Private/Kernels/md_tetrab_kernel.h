@@ -46,4 +46,8 @@ struct MdTetrabKernels {
     void (*interpolate)(const MdTetrabView& table, const MdTetrabLine& line);
 };
 
+/// All variants but the scalar one take samples side by side and need the common kind of tables
+/// and lines; see kLaneOutputs.
+extern const MdTetrabKernels md_tetrab_scalar, md_tetrab_sse41, md_tetrab_avx2;
+
 }  // namespace movane

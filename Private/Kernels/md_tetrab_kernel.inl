@@ -4,6 +4,12 @@
 
 #include "Kernels/md_tetra_sort.inl"
 
+inline bool is_identity(const std::uint8_t* lut) {
+    unsigned difference = 0;
+    for (int v = 0; v < 256; ++v) difference |= static_cast<unsigned>(lut[v] ^ v);
+    return difference == 0;
+}
+
 template <int Dims>
 constexpr int kAxes = Dims ? Dims : kTetraMaxDims;
 

@@ -33,12 +33,6 @@ struct Corners {
 /// What becomes of a sample under a mask.
 enum class Fate : std::uint8_t { skipped, repeated, written };
 
-inline bool is_identity(const std::uint8_t* lut) {
-    unsigned difference = 0;
-    for (int v = 0; v < 256; ++v) difference |= static_cast<unsigned>(lut[v] ^ v);
-    return difference == 0;
-}
-
 template <int Dims>
 void compose(const MdTetrabView& table, WordTables<Dims>& tables) {
     for (int d = 0; d < Dims; ++d) {
@@ -275,4 +269,9 @@ void interpolate_blocks(const MdTetrabView& table, const MdTetrabLine& line) {
             }
         }
     }
+}
+
+void interpolate(const MdTetrabView& table, const MdTetrabLine& line) {
+    return table.dims == 3 ? interpolate_blocks<3>(table, line)
+                           : interpolate_blocks<4>(table, line);
 }

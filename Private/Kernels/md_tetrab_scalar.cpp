@@ -22,7 +22,6 @@ void interpolate(const MdTetrabView& table, const MdTetrabLine& line) {
 
 }  // namespace
 
-extern const MdTetrabKernels md_tetrab_scalar;
 const MdTetrabKernels md_tetrab_scalar = {"scalar", interpolate};
 
 }  // namespace movane

@@ -1,12 +1,6 @@
 #include "Kernels/md_tetrab_variants.h"
 
 namespace movane {
-
-#ifndef MOVANE_SCALAR_ONLY
-extern const MdTetrabKernels md_tetrab_avx2;
-extern const MdTetrabKernels md_tetrab_sse41;
-#endif
-
 namespace {
 
 constexpr Variant<MdTetrabKernels> kBestFirst[] = {
@@ -17,11 +11,9 @@ constexpr Variant<MdTetrabKernels> kBestFirst[] = {
     {Cpu::baseline, &md_tetrab_scalar},
 };
 
-// process-wide: the variant in use
-constinit Dispatch<MdTetrabKernels> dispatch{kBestFirst};
-
 }  // namespace
 
-Dispatch<MdTetrabKernels>& md_tetrab_kernels() noexcept { return dispatch; }
+// process-wide: the variant in use
+constinit Dispatch<MdTetrabKernels> md_tetrab_kernels{kBestFirst};
 
 }  // namespace movane

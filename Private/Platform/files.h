@@ -73,10 +73,21 @@ private:
 /// @return  bytes written, which may be fewer than `size`; -1 on failure
 [[nodiscard]] std::int64_t write(File file, const void* data, std::size_t size) noexcept;
 
+/// Writes all of it; false when that fails on the way.
+inline bool write_all(File file, const void* data, std::size_t size) noexcept {
+    for (const auto* next = static_cast<const char*>(data); size > 0;) {
+        const std::int64_t written = write(file, next, size);
+        if (written <= 0) return false;
+        next += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
 /// Waits until what was written is on the medium.
 bool flush(File file) noexcept;
 
-enum class Origin { begin, current, end };
+enum class Origin { begin = SEEK_SET, current = SEEK_CUR, end = SEEK_END };
 
 /// @return  the new position in bytes from the begin; -1 on failure
 std::int64_t seek(File file, std::int64_t offset, Origin origin) noexcept;

@@ -73,8 +73,6 @@ int newton_cubic(const double* m, double* root) {
     return fthird_order_eq(m, root, kSearchFrom, kSearchTo, kRootTolerance);
 }
 
-int closed_form_cubic(const double* m, double* roots) { return movane::cubic_roots(m, roots); }
-
 // A touching double root is no solution.
 int quadratic(const double* m, double* roots) {
     const double discriminant = m[1] * m[1] - 4 * m[0];
@@ -264,12 +262,14 @@ void bezier_get(Bezier* b, double t, double* x, double* y) {
 
 int bezier_get_y(Bezier* b, double x, double* y) {
     return y_at(*b, x,
-                {closed_form_cubic, 3, "Bezier_get_y : Sorry no support for higher order (>3)"}, y);
+                {movane::cubic_roots, 3, "Bezier_get_y : Sorry no support for higher order (>3)"},
+                y);
 }
 
 int bezier_get_x(Bezier* b, double y, double* x) {
     return x_at(*b, y,
-                {closed_form_cubic, 3, "Bezier_get_x : Sorry no support for higher order (>3)"}, x);
+                {movane::cubic_roots, 3, "Bezier_get_x : Sorry no support for higher order (>3)"},
+                x);
 }
 
 int bezier_fget_y(Bezier* b, double x, double* y) {

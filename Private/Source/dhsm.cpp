@@ -203,16 +203,14 @@ void init_around(dhsm* h, const double* x) {
     dhsm_init(h, nullptr, nullptr, nullptr, nullptr, h->trial, x);
 }
 
-// Null without memory; an element count that does not fit is no memory either.
-double* obtain(movane::Block<double>& array, std::uint64_t count) {
-    if (count <= SIZE_MAX)
-        array = movane::make_zeroed_block<double>(static_cast<std::size_t>(count));
+double* obtain(movane::Block<double>& array, std::size_t rows, std::size_t columns = 1) {
+    array = movane::make_zeroed_block<double>(rows, columns);
     return array.get();
 }
 
 bool obtain_arrays(OwningDhsm& h) {
-    const auto n = static_cast<std::uint64_t>(h.n);
-    return (h.vertices = obtain(h.arrays[0], (n + 1) * n)) &&
+    const auto n = static_cast<std::size_t>(h.n);
+    return (h.vertices = obtain(h.arrays[0], n + 1, n)) &&
            (h.values = obtain(h.arrays[1], n + 1)) && (h.trial = obtain(h.arrays[2], n + 1)) &&
            (h.trial2 = obtain(h.arrays[3], n + 1)) && (h.centroid = obtain(h.arrays[4], n + 1));
 }

@@ -39,10 +39,10 @@ namespace {
 
 void grow_to(movane_dynar& dynar, std::int64_t slots) {
     movane::Block<unsigned char> larger;
-    const std::uint64_t bytes =
-        static_cast<std::uint64_t>(slots) * static_cast<std::uint64_t>(dynar.element_size);
-    if (slots <= INT_MAX && bytes <= SIZE_MAX)
-        larger = movane::make_zeroed_block<unsigned char>(static_cast<std::size_t>(bytes));
+    if (slots <= INT_MAX) {
+        larger = movane::make_zeroed_block<unsigned char>(
+            static_cast<std::size_t>(slots), static_cast<std::size_t>(dynar.element_size));
+    }
     if (!larger) error_exit("dynar_ptr: memory allocation failed");
 
     const int used = dynar_nr_items(&dynar);

@@ -68,10 +68,7 @@ int vd_from_str(const char* text, int n, double* values) {
 int str_from_vd(const double* values, int n, char* text) {
     const int result = str_itemstr_from_double(values, n, text);
     if (result == 0) return 0;
-    char message[80];
-    std::snprintf(message, sizeof message, "Error bad formatted item string from doubles, ier %d ",
-                  result);
-    report(message);
+    report(movane::Formatted("Error bad formatted item string from doubles, ier %d ", result));
     return -1;
 }
 

@@ -121,16 +121,6 @@ bool write_bytes(std::FILE* stream, const char* data, std::size_t size) {
     return false;
 }
 
-bool write_bytes(files::File file, const char* data, std::size_t size) {
-    while (size > 0) {
-        const std::int64_t written = files::write(file, data, size);
-        if (written <= 0) return false;
-        data += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 std::size_t next_chunk(long left) { return std::min(static_cast<std::size_t>(left), kChunkSize); }
 
 void remove_partial(files::Descriptor& file, const char* path) {
@@ -373,7 +363,7 @@ int FilePacker::Extract(const char* directory, const char* name, long size) {
             remove_partial(file, path.get());
             return ThrowError(kNotAnArchive, archive_name_);
         }
-        if (!write_bytes(file.get(), chunk.get(), part))
+        if (!files::write_all(file.get(), chunk.get(), part))
             return ThrowError(kCannotWrite, path.get());
         left -= static_cast<long>(part);
     }

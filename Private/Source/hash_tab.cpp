@@ -27,9 +27,8 @@ constexpr int kString16         = -1;  // sizes that ask for a store and an offs
 constexpr int kString32         = -2;
 constexpr int kStoreGrowth      = 4096;
 constexpr int kHeadroomPercent  = 120;
-constexpr int kStepAtZero       = 13;   // chains step by their start, those from slot 0 by this,
-constexpr int kStepAtZeroFor13  = 17;   // which in a table of 13 slots would stand still
-constexpr int kMessageSize      = 512;  // as long as the reporter's lines
+constexpr int kStepAtZero       = 13;  // chains step by their start, those from slot 0 by this,
+constexpr int kStepAtZeroFor13  = 17;  // which in a table of 13 slots would stand still
 constexpr std::uint32_t kNoSign = 0x7fffffff;
 
 struct KillStore {
@@ -262,18 +261,16 @@ OwnedTable make_table(int size, int key_size, int data_size, hash_tab_hasher has
 
     const auto [smaller, larger] = std::minmax(table->key_field_size, table->data_field_size);
     const std::int64_t slot_size = std::int64_t{smaller} + larger;
-    if (size >= 1 && smaller >= 0 && slot_size <= INT_MAX &&
-        static_cast<std::uint64_t>(size * slot_size) <= SIZE_MAX) {
+    if (size >= 1 && smaller >= 0 && slot_size <= INT_MAX) {
+        const auto slots = static_cast<std::size_t>(size);
         table->slot_size = static_cast<int>(slot_size);
-        table->slots     = movane::make_zeroed_block<unsigned char>(table->area_bytes());
-        table->tombstones =
-            movane::make_zeroed_block<unsigned char>(static_cast<std::size_t>(size));
+        table->slots =
+            movane::make_zeroed_block<unsigned char>(slots, static_cast<std::size_t>(slot_size));
+        table->tombstones = movane::make_zeroed_block<unsigned char>(slots);
     }
     if (table->slots && table->tombstones) return table;
 
-    char message[kMessageSize];
-    fmtstr(message, "Hash_tab_new : allocation of table failed nr_items = #", size);
-    report(message);
+    report(movane::Formatted("Hash_tab_new : allocation of table failed nr_items = %d", size));
     return nullptr;
 }
 

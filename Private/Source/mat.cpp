@@ -48,10 +48,9 @@ struct movane_mat {
     int lu_status;             // of the decomposition in lu
     movane::Block<int> order;  // row of lu that stands at place i after the exchanges
 
-    // Number of elements; more than memory can hold when it does not fit.
+    // Number of elements of the matrix, which exists: the product fits.
     std::size_t count() const {
-        const auto product = static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(cols);
-        return static_cast<std::size_t>(std::min<std::uint64_t>(product, SIZE_MAX));
+        return static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
     }
     std::size_t offset(int i, int j) const {
         return static_cast<std::size_t>(i) * static_cast<std::size_t>(cols) +
@@ -252,7 +251,8 @@ movane_mat* mat_gen_new(const double* data, int rows, int cols) {
         a->rows   = std::max(rows, 0);
         a->cols   = std::max(cols, 0);
         a->parity = 1.0;
-        a->data   = movane::make_zeroed_block<double>(a->count());
+        a->data   = movane::make_zeroed_block<double>(static_cast<std::size_t>(rows),
+                                                    static_cast<std::size_t>(cols));
         if (a->data) {
             if (data) std::copy_n(data, a->count(), a->data.get());
             return a.release();

@@ -113,12 +113,6 @@ void fill_identity(std::uint8_t* lut) {
     for (int v = 0; v < kCodes; ++v) lut[v] = static_cast<std::uint8_t>(v);
 }
 
-bool is_identity(const std::uint8_t* lut) {
-    for (int v = 0; v < kCodes; ++v)
-        if (lut[v] != v) return false;
-    return true;
-}
-
 // Cells and weights of all codes. Code 255 is the last grid point, also where 255 / step falls
 // just short of it in doubles.
 void fill_cell_table(md_tetrab_table& table, std::int32_t* cells, std::int32_t stride) {
@@ -306,7 +300,7 @@ void md_tetrab_interp(const md_tetrab_table* table, unsigned char** in, int in_s
                                        .first_passing = lowest_above(threshold)};
     const movane::MdTetrabView view = view_of(*table);
     const auto& kernels =
-        suits_lanes(*table, view, line) ? movane::md_tetrab_kernels()() : movane::md_tetrab_scalar;
+        suits_lanes(*table, view, line) ? movane::md_tetrab_kernels() : movane::md_tetrab_scalar;
     kernels.interpolate(view, line);
     for (int c = 0; c < table->outputs; ++c)
         if (out[c]) out[c] += static_cast<std::ptrdiff_t>(count) * out_stride;
@@ -367,7 +361,7 @@ namespace {
 
 bool all_inputs_are_identity(const md_tetrab_table& table) {
     for (int d = 0; d < table.dims; ++d)
-        if (!is_identity(table.input_luts[d])) return false;
+        if (!movane::is_identity(table.input_luts[d])) return false;
     return true;
 }
 

@@ -43,6 +43,14 @@ template <class T>
     return Block<T>(static_cast<T*>(allocate_zeroed(count, sizeof(T))));
 }
 
+/// The same for rows * columns elements; null also when that product does not fit.
+template <class T>
+[[nodiscard]] Block<T> make_zeroed_block(std::size_t rows, std::size_t columns) noexcept {
+    std::size_t count = 0;
+    if (__builtin_mul_overflow(rows, columns, &count)) return nullptr;
+    return make_zeroed_block<T>(count);
+}
+
 /// Gives a block to the host, which releases it with free(); it no longer counts as live.
 [[nodiscard]] void* hand_over(void* block) noexcept;
 

@@ -294,7 +294,7 @@ typedef int (*hash_tab_emptiness)(const void* slot);
 /// @param size_out            receives the number of slots; 0 on failure
 /// @return  a table the caller owns and releases with hash_tab_kill(); null on failure
 /// @fails   "Hash_tab_new : allocation failed"
-///          "Hash_tab_new : allocation of table failed nr_items = #"  with the number of slots in
+///          "Hash_tab_new : allocation of table failed nr_items = %d"  with the number of slots in
 ///                    place of the last character; 0 when there cannot be such a table
 ///          "dynar_new: Unable to create new dynar"
 MOVANE_API movane_hash_tab* hash_tab_new(int nr_items, int key_size, int data_size,

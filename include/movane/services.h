@@ -455,7 +455,9 @@ typedef struct rs232_port rs232_port;
 ///         "Invalid serial line number of stop bits: %d"        with the code
 ///         "Invalid serial line parity constant: %d"
 ///         "Cannot setup device-control block for a seril port" (spelt so) the device cannot do
-///         that "Cannot setup serial port time-outs"
+///         that
+///
+///         "Cannot setup serial port time-outs"
 MOVANE_API rs232_port* initrs232(const char* port, int speed, int data_bits, int parity_enable,
                                  int parity_constant, int stop_bits);
 
@@ -508,10 +510,12 @@ typedef struct MD5_CTX {
     unsigned char block[64]; /* what does not fill a block yet */
 } MD5_CTX;
 
-/// Begins a digest.
+/// Begins a digest; a context that has ended one is begun again before its next use.
 MOVANE_API void MD5Init(MD5_CTX* context);
 
 /// Digests bytes, in as many calls as needed.
+///
+/// @param length  bytes
 MOVANE_API void MD5Update(MD5_CTX* context, const unsigned char* data, unsigned int length);
 
 /// Ends a digest.
@@ -761,9 +765,11 @@ public:
     /// Writes a text of any length and its zero byte.
     int WriteString(const char* text);
 
-    /// Reads `size` bytes; fewer are code 5. The first of `data` is set to 0 before.
+    /// Reads `size` bytes, none when it is below 0; fewer are code 5. The first byte of `data` is
+    /// set to 0 before.
     int ReadBinaryData(char* data, int size);
 
+    /// Writes `size` bytes, none when it is below 0.
     int WriteBinaryData(const char* data, int size);
 
     /// Reads until the delimiter has been read, and the one byte behind it: the zero byte if

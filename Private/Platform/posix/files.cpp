@@ -52,18 +52,6 @@ auto uninterrupted(Call call) noexcept {
     return result;
 }
 
-int whence(Origin origin) noexcept {
-    switch (origin) {
-        case Origin::begin:
-            return SEEK_SET;
-        case Origin::current:
-            return SEEK_CUR;
-        case Origin::end:
-            break;
-    }
-    return SEEK_END;
-}
-
 Status status_of(const struct stat& found) noexcept {
     return {.size          = found.st_size,
             .is_directory  = S_ISDIR(found.st_mode),
@@ -75,22 +63,12 @@ bool is_same(const struct stat& a, const struct stat& b) noexcept {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-bool write_all(File file, const char* data, std::int64_t size) noexcept {
-    while (size > 0) {
-        const std::int64_t written = write(file, data, static_cast<std::size_t>(size));
-        if (written <= 0) return false;
-        data += written;
-        size -= written;
-    }
-    return true;
-}
-
 bool copy_bytes(File source, File target) noexcept {
     char chunk[kChunkSize];
     for (;;) {
         const std::int64_t size = read(source, chunk, sizeof chunk);
         if (size <= 0) return size == 0;
-        if (!write_all(target, chunk, size)) return false;
+        if (!write_all(target, chunk, static_cast<std::size_t>(size))) return false;
     }
 }
 
@@ -135,7 +113,7 @@ bool flush(File file) noexcept {
 }
 
 std::int64_t seek(File file, std::int64_t offset, Origin origin) noexcept {
-    return ::lseek(file, offset, whence(origin));
+    return ::lseek(file, offset, static_cast<int>(origin));
 }
 
 const std::int64_t kLargestRuntimeOffset = INT64_MAX;
@@ -156,7 +134,7 @@ bool set_read_only(File file, bool on) noexcept {
 std::FILE* stream(File file, const char* mode) noexcept { return ::fdopen(file, mode); }
 
 bool seek(std::FILE* stream, std::int64_t offset, Origin origin) noexcept {
-    return ::fseeko(stream, offset, whence(origin)) == 0;
+    return ::fseeko(stream, offset, static_cast<int>(origin)) == 0;
 }
 
 std::int64_t tell(std::FILE* stream) noexcept { return ::ftello(stream); }

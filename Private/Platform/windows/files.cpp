@@ -44,18 +44,6 @@ bool information(HANDLE handle, BY_HANDLE_FILE_INFORMATION& found) noexcept {
     return GetFileInformationByHandle(handle, &found) != 0;
 }
 
-int whence(Origin origin) noexcept {
-    switch (origin) {
-        case Origin::begin:
-            return SEEK_SET;
-        case Origin::current:
-            return SEEK_CUR;
-        case Origin::end:
-            break;
-    }
-    return SEEK_END;
-}
-
 Status status_of(const BY_HANDLE_FILE_INFORMATION& found) noexcept {
     const bool is_directory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     return {.size          = static_cast<std::int64_t>(std::uint64_t{found.nFileSizeHigh} << 32 |
@@ -130,7 +118,7 @@ std::int64_t write(File file, const void* data, std::size_t size) noexcept {
 bool flush(File file) noexcept { return _commit(file) == 0; }
 
 std::int64_t seek(File file, std::int64_t offset, Origin origin) noexcept {
-    return _lseeki64(file, offset, whence(origin));
+    return _lseeki64(file, offset, static_cast<int>(origin));
 }
 
 const std::int64_t kLargestRuntimeOffset = INT32_MAX;
@@ -152,7 +140,7 @@ bool set_read_only(File file, bool on) noexcept {
 std::FILE* stream(File file, const char* mode) noexcept { return _fdopen(file, mode); }
 
 bool seek(std::FILE* stream, std::int64_t offset, Origin origin) noexcept {
-    return _fseeki64(stream, offset, whence(origin)) == 0;
+    return _fseeki64(stream, offset, static_cast<int>(origin)) == 0;
 }
 
 std::int64_t tell(std::FILE* stream) noexcept { return _ftelli64(stream); }
