@@ -2,10 +2,8 @@
 
 #include "failure.h"
 #include "file.h"
-#include "progress.h"
 
 #include <regex.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -59,14 +57,6 @@ bool read_entry(FilePacker& packer, const std::string& archive, ArchiveEntry& en
 }
 
 }  // namespace
-
-bool Talk::shows_progress() const { return has_progress || (!is_quiet && isatty(STDERR_FILENO)); }
-
-void add_talk(CLI::App& app, Talk& talk) {
-    auto* const progress =
-        app.add_flag("--progress", talk.has_progress, "shows progress also when not on a terminal");
-    app.add_flag("-q,--quiet", talk.is_quiet, "no progress")->excludes(progress);
-}
 
 long long ArchiveContent::size() const {
     long long sum = 0;

@@ -1,23 +1,14 @@
 // What the subcommands of archives share.
 #pragma once
 
-#include <movane/services.h>
+#include "progress.h"
 
-#include <CLI/CLI.hpp>
+#include <movane/services.h>
 
 #include <string>
 #include <vector>
 
 namespace host {
-
-/// How much a subcommand says.
-struct Talk {
-    bool has_progress = false, is_quiet = false;
-
-    bool shows_progress() const;
-};
-
-void add_talk(CLI::App& app, Talk& talk);
 
 struct ArchiveEntry {
     std::string name;

@@ -19,4 +19,9 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Tells the user in one line what went wrong.
+///
+/// @return  `code`
+int fail(std::string message, int code);
+
 }  // namespace host

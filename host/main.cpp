@@ -9,7 +9,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <new>
 #include <string>
@@ -40,14 +39,6 @@ void fill_standard_streams() {
     int file = open("/dev/null", O_RDWR);
     while (file >= 0 && file <= STDERR_FILENO) file = open("/dev/null", O_RDWR);
     close(file);
-}
-
-// One line, whatever a file name or a library has put into it.
-int fail(std::string message, int code) {
-    std::replace_if(
-        message.begin(), message.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
-    std::fprintf(stderr, "movane: %s\n", message.c_str());
-    return code;
 }
 
 int parse_and_run(int argc, char** argv) {

@@ -54,12 +54,17 @@ Action add_md5(CLI::App& app) {
     const auto files = std::make_shared<std::vector<std::string>>();
     app.add_option("FILE", *files, "files to digest")->required();
     return [files] {
+        int code = kDone;
         for (const std::string& path : *files) {
-            unsigned char result[16];
-            digest(path, result);
-            print(result, path);
+            try {
+                unsigned char result[16];
+                digest(path, result);
+                print(result, path);
+            } catch (const Failure& failure) {
+                code = fail(failure.what(), kFailed);  // the others are digested nonetheless
+            }
         }
-        return int{kDone};
+        return code;
     };
 }
 

@@ -2,6 +2,8 @@
 
 #include "interrupt.h"
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 
@@ -11,6 +13,13 @@ namespace {
 constexpr std::chrono::milliseconds kInterval{100};
 
 }  // namespace
+
+bool Talk::shows_progress() const { return !is_quiet && (has_progress || isatty(STDERR_FILENO)); }
+
+void add_talk(CLI::App& app, Talk& talk, const char* quiet) {
+    app.add_flag("--progress", talk.has_progress, "shows progress also when not on a terminal");
+    app.add_flag("-q,--quiet", talk.is_quiet, quiet);
+}
 
 Progress::Progress(bool is_shown, long long total, const ProgressUnits& units)
     : is_shown_(is_shown), total_(total), units_(units) {}

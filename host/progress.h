@@ -1,6 +1,8 @@
 // One line on standard error that tells how far a run has come, rewritten a few times a second.
 #pragma once
 
+#include <CLI/CLI.hpp>
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -9,6 +11,16 @@
 #include <thread>
 
 namespace host {
+
+/// How much a subcommand says. Quiet wins over progress.
+struct Talk {
+    bool has_progress = false, is_quiet = false;
+
+    bool shows_progress() const;
+};
+
+/// @param quiet  what the user reads about -q
+void add_talk(CLI::App& app, Talk& talk, const char* quiet = "no progress");
 
 /// What is counted, and how it is printed.
 struct ProgressUnits {

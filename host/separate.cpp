@@ -41,7 +41,8 @@ struct Options {
     std::string intent_name           = name_of(Intent::perceptual);
     bool has_black_point_compensation = false;
     int grid                          = 33;
-    bool has_progress = false, is_quiet = false, has_check = false;
+    Talk talk;
+    bool has_check     = false;
     double check_limit = 2;
 };
 
@@ -61,7 +62,7 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
 }
 
 void notify(const Options& options, const std::string& text) {
-    if (!options.is_quiet) std::fprintf(stderr, "movane: note: %s\n", text.c_str());
+    if (!options.talk.is_quiet) std::fprintf(stderr, "movane: note: %s\n", text.c_str());
 }
 
 void check_names(const Options& options) {
@@ -155,9 +156,7 @@ public:
 
 private:
     void separate_lines() {
-        const bool is_progress_shown =
-            options_.has_progress || (!options_.is_quiet && isatty(STDERR_FILENO));
-        Progress progress(is_progress_shown, image_.height, lines_of(image_.width));
+        Progress progress(options_.talk.shows_progress(), image_.height, lines_of(image_.width));
         Line line;
         std::vector<unsigned char> ink(4 * static_cast<std::size_t>(image_.width));
         for (int y = 0; y < image_.height; ++y) {
@@ -216,7 +215,7 @@ private:
         // A report that was asked for is printed even when quiet.
         if (options_.report == "json")
             print_json(report);
-        else if (!options_.is_quiet || !options_.report.empty())
+        else if (!options_.talk.is_quiet || !options_.report.empty())
             print_text(report);
         if (report.has_passed()) return kDone;
         std::fprintf(stderr,
@@ -263,11 +262,7 @@ Action add_separate(CLI::App& app) {
     app.add_option("--preview", options->preview, "sRGB PNG to write, showing the inks on paper");
     app.add_option("--report", options->report, "form of the report: text (the default) or json")
         ->check(CLI::IsMember({"text", "json"}));
-    auto* const progress = app.add_flag("--progress", options->has_progress,
-                                        "shows progress also when not on a terminal");
-    app.add_flag("-q,--quiet", options->is_quiet,
-                 "no progress, no notes, a report only with --report")
-        ->excludes(progress);
+    add_talk(app, options->talk, "no progress, no notes, a report only with --report");
     auto* const check = app.add_flag("--check", options->has_check,
                                      "compares the table with the profile on the photo's colours");
     app.add_option("--check-limit", options->check_limit,

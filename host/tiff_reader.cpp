@@ -11,6 +11,7 @@ namespace host {
 namespace {
 
 constexpr double kCentimetresPerInch = 2.54;
+constexpr char kReadUnmapped[]       = "rm";  // a mapped file would stay in memory as a whole
 
 unsigned char from_16_bits(unsigned value) {
     return static_cast<unsigned char>((value * 255 + 32767) / 65535);
@@ -18,7 +19,8 @@ unsigned char from_16_bits(unsigned value) {
 
 class TiffReader final : public ImageReader {
 public:
-    explicit TiffReader(const std::string& path) : ImageReader(path, "TIFF"), file_(path, "r") {
+    explicit TiffReader(const std::string& path)
+        : ImageReader(path, "TIFF"), file_(path, kReadUnmapped) {
         if (!file_.is_open()) fail_damaged(file_.message());
         info_.width  = to_side(file_.tag<std::uint32_t>(TIFFTAG_IMAGEWIDTH, 0));
         info_.height = to_side(file_.tag<std::uint32_t>(TIFFTAG_IMAGELENGTH, 0));

@@ -41,7 +41,7 @@ int lognam_define(const char* name, const char* translation) {
         if (link) link = std::exchange(link->next, nullptr);
         return 0;
     }
-    if (name[0] == '\0' || !fits(name) || !fits(translation)) {
+    if (name[0] == '\0' || std::strchr(name, ':') || !fits(name) || !fits(translation)) {
         report("lognam_define: illegal name or translation");
         return -1;
     }

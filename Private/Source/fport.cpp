@@ -43,18 +43,21 @@ void separate_levels(char* directory) {
 int fport(char* out, int out_size, const char* path) {
     if (out_size < 1) return -1;
     const auto size = static_cast<std::size_t>(out_size);
-    out[0]          = '\0';
 
-    char work[kWorkSize];
+    char work[kWorkSize];  // `path` may be `out`
     const std::size_t length = std::strlen(path);
-    if (length >= sizeof work) return -1;
-    std::memcpy(work, path, length + 1);
+    const bool fits          = length < sizeof work;
+    if (fits) std::memcpy(work, path, length + 1);
+    out[0] = '\0';
+    if (!fits) return -1;
 
     char* const colon = std::strchr(work, ':');
-    if (!colon || colon[1] == '\\') return copy_unchanged(out, size, path);
+    if (!colon || colon[1] == '\\') return copy_unchanged(out, size, work);
     *colon = '\0';
     char translation[kWorkSize];
-    if (lognam(work, translation, sizeof translation) != 0) return copy_unchanged(out, size, path);
+    const bool is_known = lognam(work, translation, sizeof translation) == 0;
+    *colon              = ':';
+    if (!is_known) return copy_unchanged(out, size, work);
     std::size_t translation_length = std::strlen(translation);
     if (translation_length > 0 && translation[translation_length - 1] == '\\')
         translation[--translation_length] = '\0';

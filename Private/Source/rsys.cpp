@@ -21,8 +21,7 @@ constexpr movane::Reporter report{"MOVANE/Private/Source/rsys"};
 
 constexpr std::size_t kPathSize = 256;  // bytes of a host's path and of a list slot
 
-constexpr std::string_view kSeparators    = "\\/";
-constexpr std::string_view kDirectoryEnds = "\\/]:";
+constexpr std::string_view kSeparators = "\\/";
 
 [[gnu::format(printf, 1, 0)]] int fail(const char* format, const char* path) {
     report(movane::Formatted(format, path));
@@ -68,7 +67,8 @@ private:
 // A host's path in native notation; empty when it is too long, which no call accepts.
 struct Translated {
     char text[kPathSize];
-    explicit Translated(const char* path) { fport(text, sizeof text, path); }
+    bool is_logical;
+    explicit Translated(const char* path) : is_logical(fport(text, sizeof text, path) == 0) {}
 };
 
 // Without the name behind the last separator: "a\b" and "a\b\" give "a".
@@ -171,9 +171,17 @@ private:
     find_data_utf8 entry_;
 };
 
-int copy_tree(const char* destination, const char* source) {
+// Where the directory of a source ends: in the notation of logical names at "]" or else at ":", in
+// native paths at the last separator, or else at the colon of a drive.
+std::size_t directory_end(std::string_view source, bool is_logical) {
+    if (is_logical) return source.find_last_of(source.find(']') == source.npos ? ":" : "]");
+    const std::size_t separator = source.find_last_of(kSeparators);
+    return separator == source.npos ? source.find(':') : separator;
+}
+
+int copy_tree(const char* destination, const char* source, bool is_logical) {
     const std::string_view given(source);
-    const std::size_t end = given.find_last_of(kDirectoryEnds);
+    const std::size_t end = directory_end(given, is_logical);
     if (end == given.npos) {
         report("Invalid source directory !");
         return -1;
@@ -183,6 +191,7 @@ int copy_tree(const char* destination, const char* source) {
     directory[end + 1] = '\0';
     Path native(Translated(directory).text);
     if (native.view().ends_with(':')) native.append(".");  // of a drive
+    if (!is_directory(native.get())) return 0;
     if (lies_in(destination, native.get())) {
         report("rsys_copy : destination lies in the source directory");
         return -1;
@@ -259,8 +268,10 @@ int rsys_scan_dir(const char* path, void* list) {
 
 int rsys_copy(const char* destination, const char* source) {
     const Translated to(destination), from(source);
-    if (to.text[0] == '\0' || from.text[0] == '\0')
+    const bool is_too_long = from.text[0] == '\0' && source[0] != '\0';
+    if (!is_too_long && ffspec(from.text) != 0) return 0;
+    if (is_too_long || to.text[0] == '\0')
         return fail("rsys_copy : Unable to copy file %s", from.text);
-    if (ffspec(from.text) != 0) return 0;
-    return std::strchr(from.text, '*') ? copy_tree(to.text, source) : copy_file(to.text, from.text);
+    return std::strchr(from.text, '*') ? copy_tree(to.text, source, from.is_logical)
+                                       : copy_file(to.text, from.text);
 }

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
-#include <iterator>
 
 namespace {
 
@@ -70,7 +70,7 @@ char* time_get_date(void) {
     dattim(&now);
     cvtdta(&now, date);
     cvttma(&now, time_of_day);
-    std::replace(std::begin(time_of_day), std::end(time_of_day), ':', '-');
+    std::replace(time_of_day, time_of_day + std::strlen(time_of_day), ':', '-');
     std::snprintf(date_text, sizeof date_text, "%s %s at %s", kWeekdays[dayweek(&now) - 1], date,
                   time_of_day);
     return date_text;

@@ -370,13 +370,14 @@ MOVANE_API int rsys_rmdir(const char* path);
 
 /// Copies a file, or with "*" in the source a directory with all that it holds.
 ///
-/// A source with "*" is a directory followed by a pattern that filters nothing: the directory is
-/// what stands up to the last "]", ":", "\" or "/". The destination directory is created when it
+/// A source with "*" is a directory followed by a pattern that filters nothing. The directory ends
+/// at the "]" or else at the ":" behind a logical name, in a native path at the last "\" or "/", or
+/// else at the ":" of a drive. The destination directory is created when it
 /// is missing, the one above it is not. Existing files are replaced. Links to files are copied as
 /// files, links to directories are left out.
 ///
 /// @return  0, also when there is no such source; -1 on failure: what could be copied is there
-/// @fails   "Invalid source directory !"  a source with "*" and none of the four characters before
+/// @fails   "Invalid source directory !"  a source with "*" and none of these characters
 ///          "rsys_copy : destination lies in the source directory"
 ///          "rsys_copy : Unable to copy file %s"       with the path of the source
 ///          "rsys_copy : Unable to make directory %s"  with the path of the destination

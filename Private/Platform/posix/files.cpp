@@ -184,16 +184,17 @@ bool rename(const char* path, const char* new_path) noexcept {
 
 bool copy(const char* path, const char* new_path) noexcept {
     if (is_same(path, new_path)) return false;
-    const Descriptor source(open(path, kRead));
+    const Descriptor source(open(path, kRead | kNoWait));
     struct stat found;
     if (!source || ::fstat(source.get(), &found) != 0 || !S_ISREG(found.st_mode)) return false;
 
     const NativePath native(new_path);
     Descriptor target(uninterrupted([&] {
-        return ::open(native.get(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY,
+        return ::open(native.get(),
+                      O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
                       found.st_mode & ACCESSPERMS);
     }));
-    if (!target) return false;
+    if (!target || ::fstat(target.get(), &found) != 0 || !S_ISREG(found.st_mode)) return false;
     const bool is_complete = copy_bytes(source.get(), target.get());
     if (target.close() && is_complete) return true;
     remove(new_path);
