@@ -9,10 +9,11 @@
 
 namespace host {
 
-File open_input(const std::string& path) {
-    struct stat status;
+File open_input(const std::string& path, bool accepts_streams) {
+    struct stat status  = {};
     const bool is_there = stat(path.c_str(), &status) == 0;
-    if (is_there && !S_ISREG(status.st_mode)) throw Failure(path, "is not a file", "name a file");
+    const bool is_file  = S_ISREG(status.st_mode) || (accepts_streams && !S_ISDIR(status.st_mode));
+    if (is_there && !is_file) throw Failure(path, "is not a file", "name a file");
     File file(is_there ? std::fopen(path.c_str(), "rb") : nullptr);
     if (!file)
         throw Failure(path, std::string("cannot be read: ") + std::strerror(errno),

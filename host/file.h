@@ -14,7 +14,9 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 /// Opens a file to read; throws Failure when it is missing, not a file or not readable.
-File open_input(const std::string& path);
+///
+/// @param accepts_streams  whether a pipe or a device will do
+File open_input(const std::string& path, bool accepts_streams = false);
 
 /// Reads a whole file; throws Failure also when it is larger than `limit` bytes.
 std::vector<unsigned char> read_input(const std::string& path, std::size_t limit);

@@ -15,7 +15,7 @@ namespace host {
 namespace {
 
 void digest(const std::string& path, unsigned char (&result)[16]) {
-    const File file = open_input(path);
+    const File file = open_input(path, true);
     MD5_CTX context;
     MD5Init(&context);
     unsigned char chunk[65536];

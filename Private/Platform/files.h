@@ -112,6 +112,9 @@ bool set_read_only(File file, bool on) noexcept;
 /// @return      null on failure; the descriptor is still the caller's then
 [[nodiscard]] std::FILE* stream(File file, const char* mode) noexcept;
 
+/// The descriptor under a stream, which keeps it.
+[[nodiscard]] File descriptor(std::FILE* stream) noexcept;
+
 bool seek(std::FILE* stream, std::int64_t offset, Origin origin) noexcept;
 
 /// @return  position in bytes from the begin; -1 on failure

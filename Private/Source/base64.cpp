@@ -26,7 +26,7 @@ int encodeToBase64(const unsigned char* in, unsigned char* out, int n) {
     out[0] = character(in[0] >> 2);
     out[1] = character((in[0] & 3) << 4 | in[1] >> 4);
     out[2] = n >= 2 ? character((in[1] & 15) << 2 | in[2] >> 6) : '=';
-    out[3] = n >= 3 ? character(in[2] & 63) : '=';
+    out[3] = n == 3 ? character(in[2] & 63) : '=';
     return 4;
 }
 

@@ -353,7 +353,8 @@ int FilePacker::Extract(const char* directory, const char* name, long size) {
     if (!path || !chunk) return ThrowError(kNoMemory, nullptr);
 
     // Emptying the archive itself would lose all that is still to be read.
-    if (files::is_same(path.get(), archive_name_)) return ThrowError(kCannotOpen, path.get());
+    if (files::is_named(files::descriptor(stream_), path.get()))
+        return ThrowError(kCannotOpen, path.get());
     files::Descriptor file(files::open(
         path.get(), files::kWrite | files::kCreate | files::kTruncate | files::kNoFollow));
     if (!file) return ThrowError(kCannotOpen, path.get());
@@ -411,16 +412,22 @@ int FilePacker::ReadEntryName(char* name) {
         case Text::unreadable:
             break;
     }
-    return ThrowError(kNotAnArchive, archive_name_);
+    return GiveUp();
 }
 
 int FilePacker::ReadEntrySize(long* size) {
     long found;
     if (ReadLong(&found)) return code_;
     const std::int64_t left = movane_cdlget_file_size(stream_) - files::tell(stream_);
-    if (found < 0 || found > left) return ThrowError(kNotAnArchive, archive_name_);
+    if (found < 0 || found > left) return GiveUp();
     *size = found;
     return kNoError;
+}
+
+// Where the next entry begins cannot be known.
+int FilePacker::GiveUp() {
+    files::seek(stream_, 0, files::Origin::end);
+    return ThrowError(kNotAnArchive, archive_name_);
 }
 
 // --- raw access ------------------------------------------------------------------------------

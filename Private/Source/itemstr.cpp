@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 #include <system_error>
@@ -23,18 +24,44 @@ std::from_chars_result read(std::string_view text, int& value) {
     return std::from_chars(text.data(), text.data() + text.size(), value);
 }
 
+// What a number beyond the range of doubles becomes: infinity or 0, as the place of its first digit
+// tells.
+//
+// @param places  what one digit counts in the exponent: 1 in decimal numbers, 4 in hexadecimal ones
+double beyond_range(std::string_view number, std::string_view exponent_marks, int places) {
+    const std::size_t mark        = std::min(number.find_first_of(exponent_marks), number.size());
+    const std::string_view digits = number.substr(0, mark);
+    std::string_view tail         = number.substr(std::min(mark + 1, number.size()));
+    if (tail.starts_with('+')) tail.remove_prefix(1);
+    std::int64_t exponent = 0;
+    const auto result     = std::from_chars(tail.data(), tail.data() + tail.size(), exponent);
+    if (result.ec == std::errc::result_out_of_range) return tail.starts_with('-') ? 0.0 : HUGE_VAL;
+
+    const auto point = static_cast<std::int64_t>(std::min(digits.find('.'), digits.size()));
+    const auto first = static_cast<std::int64_t>(digits.find_first_not_of("0."));
+    return (point - first) * places + exponent > 0 ? HUGE_VAL : 0.0;
+}
+
 // Decimal, "inf", "nan", or hexadecimal behind "0x".
 std::from_chars_result read(std::string_view text, double& value) {
     const char* const end     = text.data() + text.size();
     const bool is_negative    = text.starts_with('-');
     std::string_view absolute = text.substr(is_negative ? 1 : 0);
-    if (!absolute.starts_with("0x") && !absolute.starts_with("0X"))
-        return std::from_chars(text.data(), end, value);
-    absolute.remove_prefix(2);
-    if ("0123456789abcdefABCDEF."sv.find(absolute.empty() ? 'x' : absolute[0]) == absolute.npos)
+    const bool is_hexadecimal = absolute.starts_with("0x") || absolute.starts_with("0X");
+    if (is_hexadecimal) absolute.remove_prefix(2);
+    const auto starts = is_hexadecimal ? "0123456789abcdefABCDEF."sv : "0123456789.iInN"sv;
+    if (absolute.empty() || starts.find(absolute[0]) == starts.npos)
         return {text.data(), std::errc::invalid_argument};
-    const auto result = std::from_chars(absolute.data(), end, value, std::chars_format::hex);
-    if (is_negative && result.ec == std::errc()) value = -value;
+
+    auto result =
+        std::from_chars(absolute.data(), end, value,
+                        is_hexadecimal ? std::chars_format::hex : std::chars_format::general);
+    if (result.ec == std::errc::result_out_of_range) {
+        const std::string_view number(absolute.data(), result.ptr);
+        value  = is_hexadecimal ? beyond_range(number, "pP", 4) : beyond_range(number, "eE", 1);
+        result = {result.ptr, std::errc()};
+    }
+    if (is_negative) value = -value;
     return result;
 }
 

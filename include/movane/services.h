@@ -148,10 +148,11 @@ MOVANE_API char str_go_to_next_word(char** pos);
 /// Reads numbers as scanf() reads "%lf"; what follows a number up to the next blank is skipped.
 ///
 /// @param values  receives n numbers; those before the bad one on failure
-/// @return        0, also for n below 1; -1 when there are fewer, or one does not fit a double
+/// @return        0, also for n below 1; -1 when there are fewer. What is beyond the range of doubles
+///                becomes infinity or 0.
 MOVANE_API int str_double_from_itemstr(const char* text, int n, double* values);
 
-/// The same for whole numbers, as scanf() reads "%d".
+/// The same for whole numbers, as scanf() reads "%d"; -1 also for one that does not fit an int.
 MOVANE_API int str_int_from_itemstr(const char* text, int n, int* values);
 
 /// Writes numbers, each as printf() writes " %*.*lf " with width and precision of vd_fmt_d() for 4
@@ -663,8 +664,8 @@ MOVANE_C_END
  *     in.Unpack("e\\restored");
  *
  * Nothing is thrown. Failures are told by a code and a text that each object keeps, not through
- * the error reporter (to which only the list of written names posts that it cannot grow). Members
- * return 0 or the code, which stays until the next failure:
+ * the error reporter (to which only the list of written names posts that it cannot be made or
+ * grow). Members return 0 or the code, which stays until the next failure:
  *
  *     0  No error                     5  Not a FilePacker archive
  *     1  Invalid mode supplied        6  Not enough memory
@@ -741,7 +742,8 @@ public:
     int Unpack(const char* directory);
 
     /// Extracts the next entry as Unpack() does; the first one right after construction. After a
-    /// failure the call that follows goes on behind the entry.
+    /// failure the call that follows goes on behind the entry; behind an over-long name or an
+    /// impossible size nothing more can be found.
     ///
     /// @param entry_name  receives the name as stored; room for 200 bytes
     /// @return            9 when there are no more entries
@@ -793,6 +795,7 @@ private:
     int EndEntry();
     int ReadEntryName(char* name);
     int ReadEntrySize(long* size);
+    int GiveUp();
     int Extract(const char* directory, const char* name, long size);
     void ShareWith(const FilePacker& other);
     void Release();

@@ -133,6 +133,8 @@ bool set_read_only(File file, bool on) noexcept {
 
 std::FILE* stream(File file, const char* mode) noexcept { return ::fdopen(file, mode); }
 
+File descriptor(std::FILE* stream) noexcept { return ::fileno(stream); }
+
 bool seek(std::FILE* stream, std::int64_t offset, Origin origin) noexcept {
     return ::fseeko(stream, offset, static_cast<int>(origin)) == 0;
 }

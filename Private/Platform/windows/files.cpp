@@ -58,12 +58,10 @@ bool is_same(const BY_HANDLE_FILE_INFORMATION& a, const BY_HANDLE_FILE_INFORMATI
            a.nFileIndexHigh == b.nFileIndexHigh && a.nFileIndexLow == b.nFileIndexLow;
 }
 
+// Files are emptied once they are open: CREATE_ALWAYS does not go with kNoFollow.
 DWORD disposition(unsigned how) noexcept {
-    if (how & kCreate) {
-        if (how & kExclusive) return CREATE_NEW;
-        return how & kTruncate ? CREATE_ALWAYS : OPEN_ALWAYS;
-    }
-    return how & kTruncate ? TRUNCATE_EXISTING : OPEN_EXISTING;
+    if (!(how & kCreate)) return OPEN_EXISTING;
+    return how & kExclusive ? CREATE_NEW : OPEN_ALWAYS;
 }
 
 }  // namespace
@@ -92,6 +90,9 @@ File open(const char* path, unsigned how) noexcept {
     if (!handle) return kNone;
     if (how & kNoFollow && (!information(handle.get(), found) ||
                             found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT))
+        return kNone;
+    if (how & kTruncate && GetFileType(handle.get()) == FILE_TYPE_DISK &&
+        !SetEndOfFile(handle.get()))
         return kNone;
 
     const File file = _open_osfhandle(reinterpret_cast<std::intptr_t>(handle.get()), flags);
@@ -138,6 +139,8 @@ bool set_read_only(File file, bool on) noexcept {
 // --- streams of the C library -----------------------------------------------------------------
 
 std::FILE* stream(File file, const char* mode) noexcept { return _fdopen(file, mode); }
+
+File descriptor(std::FILE* stream) noexcept { return _fileno(stream); }
 
 bool seek(std::FILE* stream, std::int64_t offset, Origin origin) noexcept {
     return _fseeki64(stream, offset, static_cast<int>(origin)) == 0;
