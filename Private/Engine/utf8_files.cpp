@@ -60,9 +60,13 @@ int stat32_utf8(const char* path, stat_utf8* result) {
 
 std::intptr_t CreateFile_utf8(const char* path, unsigned access, unsigned sharing,
                               const void* security, unsigned creation, unsigned attributes) {
-    const bool is_known = access == (access_read | access_write) && sharing == 0 && !security &&
-                          creation == open_existing && attributes == attribute_normal;
-    return is_known ? movane::serial::open(path) : movane::serial::kClosed;
+    if (sharing != 0 || security) return files::kNone;
+    if (access == (access_read | access_write) && creation == open_existing &&
+        attributes == attribute_normal)
+        return movane::serial::open(path);
+    if (access == access_write && creation == open_always && attributes == flag_no_buffering)
+        return files::open_alone(path);
+    return files::kNone;
 }
 
 int CopyFile_utf8(const char* path, const char* new_path, int keep_existing) {

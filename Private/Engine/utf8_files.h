@@ -42,12 +42,13 @@ struct stat_utf8 {
 int stat32_utf8(const char* path, stat_utf8* result);
 
 enum device_access_utf8 : unsigned { access_write = 0x40000000, access_read = 0x80000000 };
-enum creation_utf8 : unsigned { open_existing = 3 };
+enum creation_utf8 : unsigned { open_existing = 3, open_always = 4 };
 
-/// As the system's call, of which the library uses one form: it opens an existing device for
-/// reading and writing, shared with nobody. Every other form fails.
+/// As the system's call, of which the library uses two forms, both shared with nobody: one opens an
+/// existing device for reading and writing, the other a file for writing, which is made when it is
+/// missing. Every other form fails.
 ///
-/// @param attributes  attribute_normal
+/// @param attributes  attribute_normal for the device, flag_no_buffering for the file
 /// @return            a handle of the system; -1 on failure
 std::intptr_t CreateFile_utf8(const char* path, unsigned access, unsigned sharing,
                               const void* security, unsigned creation, unsigned attributes);
@@ -65,6 +66,8 @@ int mkdir_utf8(const char* path);
 ///
 /// @return  0; -1 on failure
 int rmdir_utf8(const char* path);
+
+enum file_flags_utf8 : unsigned { flag_no_buffering = 0x20000000 };
 
 enum file_attributes_utf8 : unsigned {
     attribute_read_only = 0x0001,

@@ -31,7 +31,7 @@ enum Open : unsigned {
     kText      = 64,    // line ends are translated, where the system does that
     kNoFollow  = 128,   // a path that ends at a symbolic link is refused
     kReadOnly  = 256,   // a file that is made can only be opened for reading from then on
-    kAlone     = 512,   // no other process may open it meanwhile, where the system offers that
+    kAlone     = 512,   // shared with no other open file, where the system offers that
     kRemovable = 1024,  // set_read_only() and remove(File, path) will be called
     kTemporary = 2048,  // removed with its last descriptor, where the system offers that
     kNoWait    = 4096   // neither opening nor reading waits for another end, where they would
@@ -100,6 +100,14 @@ extern const std::int64_t kLargestRuntimeOffset;
 ///
 /// @return  false when another open of the file holds it
 [[nodiscard]] bool lock(File file) noexcept;
+
+/// Opens a file, which is made when it is missing, for as long as no other opening of this kind
+/// shares it.
+///
+/// @return  a handle of the system for close_alone(); kNone on failure
+[[nodiscard]] std::intptr_t open_alone(const char* path) noexcept;
+
+void close_alone(std::intptr_t handle) noexcept;
 
 /// Makes an open file read-only for later opens, or ends that.
 bool set_read_only(File file, bool on) noexcept;

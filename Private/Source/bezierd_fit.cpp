@@ -248,7 +248,7 @@ Errors errors_of(const Bezier& b, std::span<Sample> inner) {
         s.miss              = point_at(b, s.t) - s.point;
         const double square = dot(s.miss, s.miss);
         sum += square;
-        largest = std::max(largest, square);
+        if (square > largest || std::isnan(square)) largest = square;
     }
     return {std::sqrt(sum / static_cast<double>(inner.size())), std::sqrt(largest)};
 }

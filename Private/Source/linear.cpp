@@ -48,8 +48,9 @@ int gaussd(double* a, double* b, int n) {
     }
     for (int i = n - 1; i >= 0; --i) {
         const double* const row = row_of(a, n, i);
-        for (int j = i + 1; j < n; ++j) b[i] -= row[j] * b[j];
-        b[i] /= row[i];
+        double sum              = 0;
+        for (int j = i + 1; j < n; ++j) sum += row[j] * b[j];
+        b[i] = (b[i] - sum) / row[i];
     }
     return 1;
 }

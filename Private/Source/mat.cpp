@@ -224,6 +224,23 @@ void substitute_unit_vectors(const movane_mat& a, const movane_mat& inverse) {
     }
 }
 
+// The same column by column, for factors that overflowed: the zeros in which the strips above begin
+// would meet them as 0 * infinity.
+void solve_for_unit_vectors(const movane_mat& a, const movane_mat& inverse) {
+    double* const column = a.work.get();
+    for (int j = 0; j < a.rows; ++j) {
+        std::fill_n(column, a.rows, 0.0);
+        column[j] = 1.0;
+        substitute(a, column);
+        for (int i = 0; i < a.rows; ++i) inverse.row(i)[j] = column[i];
+    }
+}
+
+bool has_finite_factors(const movane_mat& a) {
+    return std::all_of(a.lu.get(), a.lu.get() + a.count(),
+                       [](double factor) { return std::isfinite(factor); });
+}
+
 // --- room and links -----------------------------------------------------------------------------
 
 // Makes a buffer unless there is one.
@@ -251,8 +268,8 @@ movane_mat* mat_gen_new(const double* data, int rows, int cols) {
         a->rows   = std::max(rows, 0);
         a->cols   = std::max(cols, 0);
         a->parity = 1.0;
-        a->data   = movane::make_zeroed_block<double>(static_cast<std::size_t>(rows),
-                                                    static_cast<std::size_t>(cols));
+        a->data   = movane::make_zeroed_block<double>(static_cast<std::size_t>(a->rows),
+                                                    static_cast<std::size_t>(a->cols));
         if (a->data) {
             if (data) std::copy_n(data, a->count(), a->data.get());
             return a.release();
@@ -360,14 +377,14 @@ int mat_det_det(movane_mat* a, double* det) {
 movane_mat* mat_invert(movane_mat* a, int* status) {
     *status = kRegular;
     if (a->inverse_valid) return a->partner;
-    if (mat_ludcmp(a, status) != 0) return nullptr;
-    *status = a->lu_status;
-    if (*status != kRegular) return nullptr;
-
     if (is_inverse(*a)) {  // from here on it is a source of its own
         a->partner->inverse_valid = 0;
         part(*a);
     }
+    if (mat_ludcmp(a, status) != 0) return nullptr;
+    *status = a->lu_status;
+    if (*status != kRegular) return nullptr;
+
     if (!have_room(a->work, static_cast<std::size_t>(a->rows))) {
         report.no_resources(kOutOfMemory);
         return nullptr;
@@ -378,7 +395,10 @@ movane_mat* mat_invert(movane_mat* a, int* status) {
         return nullptr;
     }
     a->partner->partner = a;
-    substitute_unit_vectors(*a, *a->partner);
+    if (has_finite_factors(*a))
+        substitute_unit_vectors(*a, *a->partner);
+    else
+        solve_for_unit_vectors(*a, *a->partner);
     forget_results(*a->partner);
     a->inverse_valid = 1;
     return a->partner;

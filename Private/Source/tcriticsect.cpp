@@ -1,15 +1,14 @@
 // Critical sections: a lock between processes, made of the exclusive opening of a file.
-//
-// Some systems grant an exclusive opening themselves; on others the open file is locked. Both are
-// asked for, so that the two are one here.
 
 #include "movane/foundation.h"
 
+#include "Engine/utf8_files.h"
 #include "Platform/clock.h"
 #include "Platform/files.h"
 #include "Support/memory.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -20,9 +19,8 @@ namespace files = movane::files;
 
 std::int64_t whole_seconds() { return clock::monotonic_ms() / 1000; }
 
-files::File open_exclusively(const char* path) {
-    files::Descriptor file(files::open(path, files::kWrite | files::kCreate | files::kAlone));
-    return file && files::lock(file.get()) ? file.release() : files::kNone;
+std::intptr_t open_exclusively(const char* path) {
+    return CreateFile_utf8(path, access_write, 0, nullptr, open_always, flag_no_buffering);
 }
 
 }  // namespace
@@ -45,7 +43,7 @@ void TCriticSect::operator delete(void* section) noexcept { movane::release(sect
 int TCriticSect::Enter(double timeout_seconds) {
     const std::int64_t start = whole_seconds();
     for (;;) {
-        const files::File file = open_exclusively(path_);
+        const std::intptr_t file = open_exclusively(path_);
         if (file != files::kNone) {
             Leave();  // of a file that someone has replaced
             lock_file_ = file;
@@ -60,6 +58,6 @@ int TCriticSect::Enter(double timeout_seconds) {
 
 void TCriticSect::Leave() {
     if (lock_file_ == files::kNone) return;
-    files::close(lock_file_);
+    files::close_alone(lock_file_);
     lock_file_ = files::kNone;
 }

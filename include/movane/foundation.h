@@ -27,6 +27,7 @@
 #include "movane/api.h"
 
 #include <stddef.h>
+#include <stdint.h>
 
 MOVANE_C_BEGIN
 
@@ -944,7 +945,7 @@ public:
 private:
     char path_[256];
     int retry_ms_;
-    int lock_file_; /* a descriptor, -1 when not held */
+    intptr_t lock_file_; /* the system's handle, -1 when not held */
 };
 
 #endif

@@ -171,7 +171,7 @@ MOVANE_API int bezier_vector(Bezier* b, double bound, struct movane_dynar** poin
 ///
 /// A quadratic whose inner point halves the chord has one section; a debug remark then says
 /// "Bezier_fvector_len: vector input".
-/// For a cubic whose second derivative is 0 or overflows, the count is 1 more than the quotient
+/// For a cubic whose second derivative is 0 or not a number, the count is 1 more than the quotient
 /// of the flatness estimate, see bezier_vector_error(), and the bound; the remark is
 /// "Bezier_fvector_len: resorting to secondary error criterium".
 ///
@@ -217,9 +217,9 @@ MOVANE_API int bezier_cpoly_det(Bezier* b, const double* x, const double* y);
 /// The curve starts at the first point and ends at the last. Two points give a straight segment.
 /// Three give a curve through all of them, or a straight segment when the middle one is close to
 /// an end (less than a tenth of the way along the points) and the outer points differ in both
-/// coordinates. From four points on, least-squares solutions for the inner control points and
-/// Newton steps of the points' parameters alternate, starting from the chord lengths, until no
-/// parameter moves by 0.001 any more, at most 21 times.
+/// coordinates, or when it coincides with one of them. From four points on, least-squares solutions
+/// for the inner control points and Newton steps of the points' parameters alternate, starting from
+/// the chord lengths, until no parameter moves by 0.001 any more, at most 21 times.
 ///
 /// @param nr_points                   number of points, at least 2
 /// @param x,y                         the points, nr_points values each
@@ -234,7 +234,7 @@ MOVANE_API int bezier_cpoly_det(Bezier* b, const double* x, const double* y);
 /// @return                            1; 0 on failure
 /// @fails  "Bezier_fit : degrees other than 3 not implemented yet"
 ///         "Bezier_fit : nr_points too small "   ends in a blank
-///         "Bezier_fit : allocation of s failed"
+///         "Bezier_fit : allocation of s failed"   the curve is as before
 ///         "Bezier_fit : system without solution"  the inner control points are put on the ends
 ///                                                 and the fit goes on
 ///         "Bezier_fit : divide by 0"              a parameter stays and the fit goes on

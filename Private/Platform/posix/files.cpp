@@ -122,6 +122,13 @@ bool lock(File file) noexcept {
     return uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0;
 }
 
+std::intptr_t open_alone(const char* path) noexcept {
+    Descriptor file(open(path, kWrite | kCreate));
+    return file && lock(file.get()) ? file.release() : kNone;
+}
+
+void close_alone(std::intptr_t handle) noexcept { close(static_cast<File>(handle)); }
+
 bool set_read_only(File file, bool on) noexcept {
     struct stat found;
     if (::fstat(file, &found) != 0) return false;

@@ -130,6 +130,14 @@ bool lock(File file) noexcept {
                       MAXDWORD, MAXDWORD, &begin) != 0;
 }
 
+std::intptr_t open_alone(const char* path) noexcept {
+    return reinterpret_cast<std::intptr_t>(CreateFileW(Utf16(path).get(), GENERIC_WRITE, 0, nullptr,
+                                                       OPEN_ALWAYS, FILE_FLAG_NO_BUFFERING,
+                                                       nullptr));
+}
+
+void close_alone(std::intptr_t handle) noexcept { CloseHandle(reinterpret_cast<HANDLE>(handle)); }
+
 bool set_read_only(File file, bool on) noexcept {
     FILE_BASIC_INFO basic = {};  // times of 0 are left as they are
     basic.FileAttributes  = on ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL;
