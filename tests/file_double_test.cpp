@@ -1,5 +1,5 @@
 // Record files of doubles: exact bytes, damaged and hostile files, disks that refuse, and random
-// operations against a list of names and texts.
+// operations against a list of texts.
 
 #include "movane/services.h"
 
@@ -9,317 +9,194 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <memory>
-#include <random>
-#include <string>
-#include <utility>
+#include <sstream>
 #include <vector>
 
 namespace {
 
-using movane_tests::exists;
-using movane_tests::message_of;
-using movane_tests::MessageCapture;
-using movane_tests::path_of;
-using movane_tests::read_file;
-using movane_tests::TemporaryDirectory;
-using movane_tests::write_file;
+using namespace movane_tests;
 
-using Record = std::pair<std::string, std::vector<double>>;
+class FileDouble : public ::testing::Test {
+protected:
+    ~FileDouble() override { EXPECT_EQ(file_double_kill(records), nullptr); }
 
-class Records {
-public:
-    Records(const std::string& path, int nr_values, int create)
-        : handle_(file_double_new(path.c_str(), nr_values, create)),
-          nr_values_(static_cast<std::size_t>(nr_values)) {}
-    ~Records() { EXPECT_EQ(file_double_kill(handle_), nullptr); }
-    Records(const Records&)            = delete;
-    Records& operator=(const Records&) = delete;
-
-    explicit operator bool() const { return handle_ != nullptr; }
+    bool open(const std::string& file, int nr_values, int create) {
+        EXPECT_EQ(file_double_kill(records), nullptr);
+        records = file_double_new(file.c_str(), nr_values, create);
+        return records != nullptr;
+    }
     int add(const std::string& name, const std::vector<double>& values) {
-        return file_double_add_item(handle_, name.c_str(), values.data());
+        return file_double_add_item(records, name.c_str(), values.data());
     }
-    int save() { return file_double_save(handle_); }
-    std::string next(int state, std::vector<double>* values = nullptr) {
-        std::vector<double> read(nr_values_);
-        const char* name = file_double_list(handle_, &state, read.data());
+    // The record listed next with its first two values, such as "name=1 0;"; "" at the end.
+    std::string next(int state) {
+        double values[100] = {};
+        std::ostringstream record;
+        if (const char* name = file_double_list(records, &state, values))
+            record << name << '=' << values[0] << ' ' << values[1] << ';';
         EXPECT_EQ(state, 1);
-        if (values) *values = read;
-        return name ? name : "(end)";
+        return record.str();
     }
-    std::vector<Record> all() {
-        std::vector<Record> records;
-        std::vector<double> values;
-        int state = 2;
-        for (std::string name; (name = next(state, &values)) != "(end)"; state = 1)
-            records.emplace_back(name, values);
-        return records;
+    std::string all() {
+        std::string record = next(2), list = record;
+        while (!record.empty()) list += record = next(1);
+        return list;
     }
 
-private:
-    file_double* handle_;
-    std::size_t nr_values_;
-};
-
-TEST(FileDouble, WritesAParameterText) {
     const TemporaryDirectory directory;
     const std::string path = directory / "Grün.par";
-    Records records(path, 2, 1);
-    ASSERT_TRUE(records);
-    EXPECT_EQ(records.add("p50", {0.5, 123.456}), 0);
-    EXPECT_EQ(records.add("weiß 1", {-1, 12345.6}), 0);
-    EXPECT_EQ(records.add("p50", {0.25, 0}), 0);
-    EXPECT_FALSE(exists(path));
-    EXPECT_EQ(records.save(), 0);
-    EXPECT_EQ(read_file(path),
-              "[patches]\np50 = 0.500  123.5\nweiß 1 = -1.000  12346\np50 = 0.250  0.000\n");
-    EXPECT_FALSE(exists(path + ".tmp0"));
+    file_double* records   = nullptr;
+};
 
-    Records again(path, 2, 0);
-    ASSERT_TRUE(again);
-    EXPECT_EQ(
-        again.all(),
-        (std::vector<Record>{{"p50", {0.5, 123.5}}, {"weiß 1", {-1, 12346}}, {"p50", {0.25, 0}}}));
-}
-
-TEST(FileDouble, ListsFromTheStateOn) {
-    const TemporaryDirectory directory;
-    Records records(directory / "r", 1, 1);
-    EXPECT_EQ(records.next(0), "(end)");
-    for (const char* name : {"a", "_Internal_", "b", "c"}) EXPECT_EQ(records.add(name, {1}), 0);
-    EXPECT_EQ(records.next(1), "a");  // nothing was listed yet
-    EXPECT_EQ(records.next(1), "b");
-    EXPECT_EQ(records.next(7), "a");
-    EXPECT_EQ(records.next(0), "a");
-    EXPECT_EQ(records.next(2), "a");
-    EXPECT_EQ(records.next(1), "b");
-    EXPECT_EQ(records.next(1), "c");
-    EXPECT_EQ(records.next(1), "(end)");
-    EXPECT_EQ(records.next(1), "(end)");
-    EXPECT_EQ(records.add("d", {1}), 0);
-    EXPECT_EQ(records.next(1), "d");
-    EXPECT_EQ(records.next(1), "(end)");
-}
-
-TEST(FileDouble, KeepsWhatIsNotItsOwn) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "r";
+TEST_F(FileDouble, KeepsWhatIsNotItsOwn) {
     const struct {
-        const char *before, *after;
-    } rows[] = {
-        {"", "[patches]\nn = 1.000\n"},
-        {"[Patches]", "[Patches]\nn = 1.000\n"},
-        {"a\r\n[ink]\r\nn = 7", "a\r\n[ink]\r\nn = 7\n[patches]\nn = 1.000\n"},
-        {"[patches] x\rb=2\r\r[ink]\rn = 7\r", "[patches] x\rb=2\r\rn = 1.000\n[ink]\rn = 7\r"},
-        {"[patches]\n[patches]\n", "[patches]\nn = 1.000\n[patches]\n"},
-        {"[patches]\nb = 2\n \t", "[patches]\nb = 2\nn = 1.000\n \t"},
-    };
+        std::string before, listed, after;
+    } rows[] = {{"", "", "[patches]\nn = -1.000  12346\n"},
+                {"[Patches]", "", "[Patches]\nn = -1.000  12346\n"},
+                {"a\r\n[ink]\r\nn = 7", "", "a\r\n[ink]\r\nn = 7\n[patches]\nn = -1.000  12346\n"},
+                {"[patches] x\rb=2 1\r\r[ink]\rn = 7\r", "b=2 1;",
+                 "[patches] x\rb=2 1\r\rn = -1.000  12346\n[ink]\rn = 7\r"},
+                {"[patches]\n[patches]\n", "", "[patches]\nn = -1.000  12346\n[patches]\n"},
+                {"[patches]\nweiß 1 = 0.500  123.5\n \t", "weiß 1=0.5 123.5;",
+                 "[patches]\nweiß 1 = 0.500  123.5\nn = -1.000  12346\n \t"}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.before);
         write_file(path, row.before);
-        Records records(path, 1, 0);
-        ASSERT_TRUE(records);
-        std::vector<Record> expected = records.all();
-        expected.push_back({"n", {1}});
-        EXPECT_EQ(records.add("n", {1}), 0);
-        EXPECT_EQ(records.all(), expected);
-        EXPECT_EQ(records.save(), 0);
-        EXPECT_EQ(read_file(path), row.after);
+        EXPECT_TRUE(open(path, 2, 0));
+        EXPECT_EQ(all(), row.listed);
+        EXPECT_EQ(add("n", {-1, 12345.6}), 0);
+        EXPECT_EQ(all(), row.listed + "n=-1 12346;");
+        EXPECT_EQ(read_file(path), row.before);
+        EXPECT_EQ(file_double_save(records), 0);
+        EXPECT_EQ(tree_of(directory / ""),
+                  (std::map<std::string, std::string>{{"Grün.par", row.after}}));
     }
-    Records anew(path, 1, 1);
-    EXPECT_EQ(anew.all(), std::vector<Record>());
-    EXPECT_EQ(anew.save(), 0);
-    EXPECT_EQ(read_file(path), "[patches]\n");
 }
 
-TEST(FileDouble, SkipsWhatIsDamaged) {
-    const TemporaryDirectory directory;
-    const std::string path     = directory / "r";
-    constexpr char kDamaged[]  = "file_double_list: damaged line skipped";
-    constexpr char kBadValue[] = "Error bad item string for double conversions";
+TEST_F(FileDouble, SkipsWhatIsDamaged) {
+    const std::string damaged   = "file_double_list: damaged line skipped",
+                      bad_value = "Error bad item string for double conversions";
     const struct {
-        std::string line, message;
-    } rows[] = {
-        {"no item", kDamaged},
-        {"]", kDamaged},
-        {std::string("a\0b = 1 2", 9), kDamaged},
-        {std::string("[a\0 = 1 2", 9), kDamaged},
-        {"a = 1", kBadValue},
-        {"a = 1 x", kBadValue},
-        {"a =", kBadValue},
-        {"a = " + std::string(255, ' ') + "1 2" + std::string(300, '3'), ""},
-        {"a = " + std::string(256, '1') + " 2", kBadValue},
-        {" \t ", ""},
-    };
+        std::string line, message, listed;
+    } rows[] = {{"no item", damaged, ""},
+                {std::string("a\0b = 1 2", 9), damaged, ""},
+                {std::string("[a\0 = 1 2", 9), damaged, ""},
+                {"a = 1 x", bad_value, ""},
+                {"a =", bad_value, ""},
+                {"a = " + std::string(255, ' ') + "1 2 " + std::string(300, '3'), "", "a=1 2;"},
+                {"a = " + std::string(256, '1') + " 2", bad_value, ""},
+                {" \t ", "", ""}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.line);
         write_file(path, "[patches]\nfirst = 1 2\n" + row.line + "\nlast = 3 4\n");
-        Records records(path, 2, 0);
-        ASSERT_TRUE(records);
-        std::vector<Record> listed;
-        EXPECT_EQ(message_of([&] { listed = records.all(); }), row.message);
-        ASSERT_GE(listed.size(), 2u);
-        EXPECT_EQ(listed.front(), (Record{"first", {1, 2}}));
-        EXPECT_EQ(listed.back(), (Record{"last", {3, 4}}));
-        EXPECT_EQ(listed.size(), row.message.empty() && row.line[0] == 'a' ? 3u : 2u);
+        EXPECT_TRUE(open(path, 2, 0));
+        std::string listed;
+        EXPECT_EQ(message_of([&] { listed = all(); }), row.message) << row.line;
+        EXPECT_EQ(listed, "first=1 2;" + row.listed + "last=3 4;") << row.line;
     }
 }
 
-TEST(FileDouble, RefusesNamesThatCouldNotBeReadBack) {
-    const TemporaryDirectory directory;
-    Records records(directory / "r", 1, 1);
-    for (const std::string& name :
-         {std::string(), std::string("a=b"), std::string("a\nb"), std::string("a\r"),
-          std::string("[a"), std::string(" a"), std::string("\t[a"), std::string("a "),
-          std::string("a\t"), std::string(257, 'a')}) {
-        EXPECT_EQ(message_of([&] { EXPECT_EQ(records.add(name, {1}), -1); }),
-                  "file_double_add_item: illegal name")
-            << name;
-    }
-    EXPECT_EQ(records.all(), std::vector<Record>());
-    const std::string longest(256, 'a');
-    EXPECT_EQ(records.add(longest, {1}) + records.add("a [b] c", {2}), 0);
-    EXPECT_EQ(records.all(), (std::vector<Record>{{longest, {1}}, {"a [b] c", {2}}}));
-}
-
-TEST(FileDouble, RefusesValuesThatCouldNotBeReadBack) {
-    const TemporaryDirectory directory;
-    constexpr char kTooMany[] = "file_double_add_item: too many values";
+TEST_F(FileDouble, RefusesWhatCouldNotBeReadBack) {
+    const std::string longest(256, 'a'),
+        too_many       = "-1 file_double_add_item: too many values",
+        infinite       = "-1 Error bad formatted item string from doubles, ier -1 ";
+    const auto outcome = [&](const std::string& name, double value = 1) {
+        return outcome_of([&] { return add(name, std::vector<double>(100, value)); });
+    };
     const struct {
         int nr_values;
         double value;
-        std::string message;
+        std::string outcome;
     } rows[] = {
-        {0, 1, ""},
-        {36, 99999, ""},
-        {37, 0.5, kTooMany},
-        {43, 1234, ""},
-        {44, 1234, kTooMany},
-        {100000, 1, kTooMany},
-        {1, 1e254, ""},
-        {1, -1e255, ""},
-        {1, 1e300, kTooMany},
-        {2, std::nan(""), "Error bad formatted item string from doubles, ier -1 "},
-        {2, -INFINITY, "Error bad formatted item string from doubles, ier -1 "},
-    };
+        {0, 1, "0"},      {-5, 1, "0"},         {36, 99999, "0"},         {37, 0.5, too_many},
+        {43, 1234, "0"},  {44, 1234, too_many}, {100000, 1, too_many},    {1, 1e254, "0"},
+        {1, -1e255, "0"}, {1, 1e300, too_many}, {2, -INFINITY, infinite}, {2, NAN, infinite}};
     for (const auto& row : rows) {
-        Records records(directory / "r", row.nr_values, 1);
-        const std::vector<double> values(static_cast<std::size_t>(row.nr_values), row.value);
-        int result = 0;
-        EXPECT_EQ(message_of([&] { result = records.add("a", values); }), row.message);
-        EXPECT_EQ(result, row.message.empty() ? 0 : -1);
-        EXPECT_EQ(records.all().size(), row.message.empty() ? 1u : 0u) << row.nr_values;
+        open(path, row.nr_values, 1);
+        EXPECT_EQ(outcome("a", row.value), row.outcome) << row.nr_values << ' ' << row.value;
+        EXPECT_EQ(next(1).empty(), row.outcome != "0");
     }
-    file_double* negative = file_double_new((directory / "r").c_str(), -5, 1);
-    EXPECT_EQ(file_double_add_item(negative, "a", nullptr), 0);
-    int state = 0;
-    EXPECT_STREQ(file_double_list(negative, &state, nullptr), "a");
-    file_double_kill(negative);
+    open(path, 1, 1);
+    for (const std::string& name :
+         {"" + longest + "a", std::string(), std::string("a=b"), std::string("a\nb"),
+          std::string("a\r"), std::string("[a"), std::string("\ta"), std::string("a ")})
+        EXPECT_EQ(outcome(name), "-1 file_double_add_item: illegal name") << name;
+    for (const std::string& name : {longest, std::string("a [b] c")}) EXPECT_EQ(outcome(name), "0");
+    EXPECT_EQ(all(), longest + "=1 0;a [b] c=1 0;");
 }
 
-TEST(FileDouble, TellsWhyItCannotOpen) {
-    const TemporaryDirectory directory;
-    const auto fails = [](const std::string& path, int create) {
-        return message_of([&] { EXPECT_FALSE(Records(path, 1, create)); });
+TEST_F(FileDouble, ReplacesTheFileOrLeavesIt) {
+    const auto opened = [&](const std::string& file, int create) {
+        return message_of([&] { open(file, 1, create); });
     };
-    constexpr char kUnable[] = "file_double_new: Unable to open record file";
-    EXPECT_EQ(fails(directory / "none", 0), kUnable);
-    EXPECT_EQ(fails(directory / "", 0), kUnable);
-    EXPECT_EQ(fails("", 0), kUnable);
+    const auto saved = [&](const std::string& file) {
+        open(file, 1, 1);
+        return outcome_of([&] { return file_double_save(records); });
+    };
+    const std::string cannot_open = "file_double_new: Unable to open record file",
+                      cannot_save = "-1 file_double_save: Unable to save record file";
+    for (const std::string& file : {directory / "none", directory / "", std::string()})
+        EXPECT_EQ(opened(file, 0), cannot_open);
     for (const int create : {0, 1})
-        EXPECT_EQ(fails(std::string(128, 'a'), create), "file_double_new: path too long");
-    EXPECT_EQ(message_of([] { EXPECT_TRUE(Records(std::string(127, 'a'), 1, 1)); }), "");
-}
-
-TEST(FileDouble, ReplacesTheFileOrLeavesIt) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "r", folder = directory / "d";
-    constexpr char kUnable[] = "file_double_save: Unable to save record file";
-    const auto save_fails    = [&](const std::string& there) {
-        Records records(there, 1, 1);
-        return message_of([&] { EXPECT_EQ(records.save(), -1); });
-    };
-    EXPECT_EQ(save_fails(directory / "none/r"), kUnable);
-    std::filesystem::create_directory(path_of(folder));
-    EXPECT_EQ(save_fails(folder), kUnable);
+        EXPECT_EQ(opened(std::string(128, 'a'), create), "file_double_new: path too long");
+    EXPECT_EQ(opened(std::string(127, 'a'), 1), "");
 
     write_file(path, "old");
+    std::filesystem::create_directory(path_of(directory / "folder"));
     std::filesystem::permissions(path_of(path), std::filesystem::perms::owner_read);
-    EXPECT_EQ(save_fails(path), kUnable);
+    for (const std::string& file : {directory / "none/r", directory / "folder", path})
+        EXPECT_EQ(saved(file), cannot_save) << file;
     std::filesystem::permissions(path_of(path), std::filesystem::perms::owner_all);
     EXPECT_EQ(read_file(path), "old");
 
     // Names of temporary files that others left are passed over, as long as there are any.
     for (int i = 0; i < 99; ++i) write_file(path + ".tmp" + std::to_string(i), "theirs");
-    EXPECT_EQ(Records(path, 1, 1).save(), 0);
-    EXPECT_EQ(read_file(path), "[patches]\n");
-    EXPECT_EQ(read_file(path + ".tmp0"), "theirs");
-    EXPECT_FALSE(exists(path + ".tmp99"));
+    EXPECT_EQ(saved(path), "0");
+    EXPECT_EQ(read_file(path) + read_file(path + ".tmp0"), "[patches]\ntheirs");
     write_file(path + ".tmp99", "theirs");
-    EXPECT_EQ(save_fails(path), kUnable);
-    EXPECT_EQ(file_double_kill(nullptr), nullptr);
+    EXPECT_EQ(saved(path), cannot_save);
 }
 
-TEST(FileDouble, FollowsAListOfRecords) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "r";
+TEST_F(FileDouble, FollowsAListOfRecords) {
     std::mt19937 random(62);
-    for (int round = 0; round < 8; ++round) {
-        std::vector<Record> saved, model;
-        write_file(path, "[x]\na = 1\n[patches]\n\n[y]\na = 2");
-        auto records       = std::make_unique<Records>(path, 2, 0);
-        std::size_t listed = 0;
-        for (int step = 0; step < 100; ++step) {
-            const auto choice = random() % 100;
-            if (choice < 60) {
-                const double x = static_cast<double>(random() % 10000) / 1000,
-                             y = static_cast<double>(random() % 10000);
-                const std::string name(1 + random() % 5, static_cast<char>('a' + random() % 3));
-                model.push_back({name, {x, y}});
-                EXPECT_EQ(records->add(name, {x, y}), 0);
-            } else if (choice < 90) {
-                const bool restarts = random() % 4 == 0;
-                if (restarts) listed = 0;
-                std::vector<double> values;
-                const std::string name = records->next(restarts ? 2 : 1, &values);
-                if (listed == model.size()) {
-                    EXPECT_EQ(name, "(end)");
-                } else {
-                    EXPECT_EQ(Record(name, values), model[listed++]);
-                }
-            } else if (choice < 95) {
-                EXPECT_EQ(records->save(), 0);
-                saved = model;
-            } else {
-                records = std::make_unique<Records>(path, 2, 0);
-                model   = saved;
-                listed  = 0;
-            }
+    std::vector<std::string> saved, model;
+    std::size_t listed = 0;
+    open(path, 2, 1);
+    for (int step = 0; step < 800; ++step) {
+        const auto choice = random() % 100;
+        if (choice < 60) {
+            const int x = static_cast<int>(random() % 10000), y = static_cast<int>(random() % 9999);
+            const std::string name(1 + random() % 5, static_cast<char>('a' + random() % 3));
+            EXPECT_EQ(add(name, {double(x), double(y)}), 0);
+            EXPECT_EQ(add("_Internal_", {0, 0}), 0);  // is not listed
+            model.push_back(name + "=" + std::to_string(x) + " " + std::to_string(y) + ";");
+        } else if (choice < 90) {
+            const bool restarts = random() % 4 == 0;
+            if (restarts) listed = 0;
+            EXPECT_EQ(next(restarts ? 7 : 1), listed == model.size() ? "" : model[listed++]);
+        } else if (choice < 95) {
+            EXPECT_EQ(file_double_save(records), 0);
+            saved = model;
+        } else if (!saved.empty()) {
+            open(path, 2, 0);
+            model  = saved;
+            listed = 0;
         }
-        EXPECT_EQ(records->all(), model);
     }
 }
 
-TEST(FileDouble, SurvivesAnyFile) {
-    const TemporaryDirectory directory;
-    const std::string path        = directory / "r";
-    const std::string kCharacters = std::string("[]= \t\r\n0", 8) + '\0';
+TEST_F(FileDouble, SurvivesAnyFile) {
+    const std::string characters = std::string("[]= \t\r\n0", 8) + '\0';
     std::mt19937 random(63);
     const MessageCapture capture;
     for (int round = 0; round < 300; ++round) {
         std::string bytes = random() % 2 ? "[patches]\n" : "";
         for (auto left = random() % 600; left > 0; --left)
-            bytes += random() % 8 ? kCharacters[random() % kCharacters.size()]
+            bytes += random() % 8 ? characters[random() % characters.size()]
                                   : static_cast<char>(random());
         write_file(path, bytes);
-        Records records(path, 1, 0);
-        ASSERT_TRUE(records);
-        std::vector<Record> expected = records.all();
-        expected.push_back({"n", {1}});
-        EXPECT_EQ(records.add("n", {1}), 0);
-        EXPECT_EQ(records.all(), expected) << testing::PrintToString(bytes);
+        ASSERT_TRUE(open(path, 1, 0));
+        const std::string listed = all();
+        EXPECT_EQ(add("n", {1}), 0);
+        EXPECT_EQ(all(), listed + "n=1 0;") << testing::PrintToString(bytes);
     }
 }
 

@@ -10,17 +10,15 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 namespace {
 
 namespace process = movane::process;
-using movane_tests::exists;
-using movane_tests::TemporaryDirectory;
+using namespace movane_tests;
 
 process::Child start_contender(const char* role, const std::string& path) {
-    const std::string program     = movane_tests::beside_this_program("lock_contender");
+    const std::string program     = beside_this_program("lock_contender");
     const char* const arguments[] = {program.c_str(), role, path.c_str()};
     return process::start(arguments);
 }
@@ -30,7 +28,6 @@ TEST(FlockBetweenProcesses, NeverIsHeldTwiceAndSurvivesAKilledHolder) {
     const std::string path = directory / "lock", mark = path + ".held";
 
     const process::Child holder = start_contender("hold", path);
-    ASSERT_NE(holder, 0);
     for (int tries = 0; !exists(mark) && tries < 10000; ++tries) movane::clock::sleep_ms(2);
     ASSERT_TRUE(exists(mark));
     EXPECT_EQ(flock_get(path.c_str()), nullptr);
@@ -41,18 +38,14 @@ TEST(FlockBetweenProcesses, NeverIsHeldTwiceAndSurvivesAKilledHolder) {
     std::filesystem::remove(mark);
     process::kill(holder);
     EXPECT_NE(process::wait(holder), 0);
-
-    for (const process::Child contender : contenders) {
-        EXPECT_NE(contender, 0);
-        EXPECT_EQ(process::wait(contender), 0);
-    }
+    for (const process::Child contender : contenders) EXPECT_EQ(process::wait(contender), 0);
     EXPECT_FALSE(exists(path));
 }
 
 TEST(FlockWithoutMemory, LeavesNoFile) {
     const TemporaryDirectory directory;
     const std::string path = directory / "lock";
-    movane_tests::check_every_allocation_failure("flock_get", "", [&] {
+    check_every_allocation_failure("flock_get", "", [&] {
         void* lock = flock_get(path.c_str());
         flock_free(lock);
         EXPECT_FALSE(exists(path));

@@ -8,186 +8,134 @@
 
 #include <limits>
 #include <memory>
-#include <random>
 #include <sstream>
-#include <string>
 
 namespace {
 
-using movane_tests::read_file;
-using movane_tests::TemporaryDirectory;
-using movane_tests::write_file;
+using namespace movane_tests;
 
-constexpr int kIn = streambufExt::mode_in, kOut = streambufExt::mode_out,
-              kApp = streambufExt::mode_app, kBinary = streambufExt::mode_binary;
-constexpr char kName[] = "Grün-\u6f22.txt";
+constexpr int kIn = streambufExt::mode_in, kApp = streambufExt::mode_app,
+              kBinary = streambufExt::mode_binary;
 
-std::string noise(std::size_t size, unsigned seed) {
-    std::mt19937 random(seed);
-    std::string bytes(size, '\0');
-    for (char& c : bytes) c = static_cast<char>(random());
-    return bytes;
-}
+struct FileStreams : ::testing::Test {
+    const TemporaryDirectory directory;
+    const std::string path = directory / "Grün-\u6f22.txt";
+};
 
-// Where the reader is, where the descriptor is, and whether the byte before the latter is in the
-// buffer.
+// Where the reader is, and how far the descriptor is ahead: one byte, or none.
 struct ReaderModel {
     std::string bytes;
-    long long position = 0, descriptor = 0;
-    bool has_byte = false;
+    long long position = 0, lead = 0, is_filled = 0;
 
     long long size() const { return static_cast<long long>(bytes.size()); }
-    int at_position() const {
-        return static_cast<unsigned char>(bytes[static_cast<std::size_t>(position)]);
-    }
-
     int peek() {
-        if (position == descriptor) {
-            if (position == size()) return -1;
-            ++descriptor;
-            has_byte = true;
-        }
-        return at_position();
+        if (lead == 0 && position < size()) lead = is_filled = 1;
+        return lead ? static_cast<unsigned char>(bytes[static_cast<std::size_t>(position)]) : -1;
     }
     int take() {
         const int byte = peek();
-        if (byte >= 0) ++position;
+        position += lead;
+        lead = 0;
         return byte;
     }
-    std::string take(long long n) {
-        std::string taken;
-        for (int byte; n > 0 && (byte = take()) >= 0; --n) taken += static_cast<char>(byte);
-        return taken;
-    }
     long long seek(long long offset, std::ios::seekdir way) {
-        const long long unread = descriptor - position;
-        long long target       = offset;
-        if (way == std::ios::end) target += size();
-        if (way == std::ios::cur) {
-            target += position;
-            if (target == descriptor || (has_byte && target == descriptor - 1))
-                return position = target;
-            if (offset > 0) target += unread;
+        if (way == std::ios::cur && offset <= lead && offset >= lead - is_filled) {
+            lead -= offset;
+            return position += offset;
         }
-        if (target < 0) return -1;
-        has_byte        = false;
-        return position = descriptor = target;
+        if (way == std::ios::cur) offset += offset > 0 ? position + lead : position;
+        if (way == std::ios::end) offset += size();
+        if (offset < 0) return -1;
+        lead = is_filled = 0;
+        return position  = offset;
     }
 };
 
-TEST(FileStreams, ReadAndSeekLikeTheirModel) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / kName;
-    ReaderModel model{.bytes = noise(300, 1)};
+TEST_F(FileStreams, ReadAndSeekLikeTheirModel) {
+    std::mt19937 random(2);
+    ReaderModel model;
+    for (int i = 0; i < 300; ++i) model.bytes += static_cast<char>(random());
     write_file(path, model.bytes);
     streambufExt buffer(path.c_str(), kIn | kBinary);
     ASSERT_EQ(buffer.openfile(), 0);
 
-    std::mt19937 random(2);
-    const auto below = [&](unsigned n) { return static_cast<long long>(random() % n); };
     for (int step = 0; step < 5000; ++step) {
         SCOPED_TRACE(step);
-        switch (random() % 6) {
-            case 0:
-                ASSERT_EQ(buffer.sgetc(), model.peek());
-                break;
-            case 1:
-                ASSERT_EQ(buffer.sbumpc(), model.take());
-                break;
-            case 2: {
-                const long long n = below(40);
-                std::string got(40, '#');
-                const std::string expected = model.take(n);
-                const bool is_whole        = static_cast<long long>(expected.size()) == n;
-                ASSERT_EQ(buffer.sgetn(got.data(), static_cast<std::streamsize>(n)),
-                          is_whole ? n : -1);
-                ASSERT_EQ(got.substr(0, expected.size()), expected);
-                break;
+        const auto choice = random() % 5;
+        if (choice == 0) {
+            ASSERT_EQ(buffer.sgetc(), model.peek());
+        } else if (choice == 1) {
+            ASSERT_EQ(buffer.sbumpc(), model.take());
+        } else if (choice == 2) {
+            std::string got(random() % 40, '#'), expected = got;
+            bool is_whole = true;
+            for (char& c : expected) {
+                const int byte = model.take();
+                is_whole &= byte >= 0;
+                if (byte >= 0) c = static_cast<char>(byte);
             }
-            case 3: {
-                const long long offset = below(9) - 4;
-                ASSERT_EQ(buffer.pubseekoff(offset, std::ios::cur),
-                          model.seek(offset, std::ios::cur));
-                break;
-            }
-            case 4: {
-                const long long offset = below(320) - 10;
-                ASSERT_EQ(buffer.pubseekpos(offset), model.seek(offset, std::ios::beg));
-                break;
-            }
-            case 5: {
-                const long long offset = -below(320);
-                ASSERT_EQ(buffer.pubseekoff(offset, std::ios::end),
-                          model.seek(offset, std::ios::end));
-                break;
-            }
-        }
-        // Seeking beyond the end is no failure, and reading there finds nothing.
-        if (model.position >= model.size()) {
-            ASSERT_EQ(buffer.sbumpc(), -1);
-            ASSERT_EQ(buffer.pubseekpos(7), model.seek(7, std::ios::beg));
+            const auto n = static_cast<std::streamsize>(got.size());
+            ASSERT_EQ(buffer.sgetn(got.data(), n), is_whole ? n : -1);
+            ASSERT_EQ(got, expected);
+        } else {
+            const std::ios::seekdir ways[] = {std::ios::beg, std::ios::cur, std::ios::end};
+            const auto way                 = ways[random() % 3];
+            const long long offset         = way == std::ios::cur   ? int(random() % 9) - 4
+                                             : way == std::ios::beg ? int(random() % 320) - 10
+                                                                    : -int(random() % 320);
+            ASSERT_EQ(buffer.pubseekoff(offset, way), model.seek(offset, way));
         }
     }
 }
 
-TEST(FileStreams, FormatAndParseLikeTheStandardStreams) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / kName;
-    {
-        std::ostringstream standard;
-        fdofstream ours(path.c_str(), kBinary);
-        ASSERT_TRUE(ours && ours.is_open());
-        for (std::ostream* stream :
-             {static_cast<std::ostream*>(&ours), static_cast<std::ostream*>(&standard)}) {
-            *stream << "lines " << 12 << '\n' << 0.25 << " \xff" << std::endl;
-            stream->write("a\0b", 3).seekp(2);
-            stream->put('X').seekp(0, std::ios::end);
-            *stream << "end of it";
-        }
-        EXPECT_EQ(read_file(path), standard.str());  // while it is open: nothing is held back
-        EXPECT_EQ(ours.tellp(), standard.tellp());
-        EXPECT_EQ(static_cast<streambufExt*>(ours.rdbuf())->out_waiting(), 0);
-        EXPECT_EQ(ours.close(), 0);
-        EXPECT_FALSE(ours.is_open() || ours << 1);
+TEST_F(FileStreams, FormatAndParseLikeTheStandardStreams) {
+    std::stringstream standard;
+    fdofstream out(path.c_str(), kBinary);
+    for (std::ostream* stream :
+         {static_cast<std::ostream*>(&out), static_cast<std::ostream*>(&standard)}) {
+        *stream << "lines " << 12 << '\n' << 0.25 << " \xff" << std::endl;
+        stream->write("a\0b", 3).seekp(2);
+        stream->put('X').seekp(0, std::ios::end);
+        *stream << "end of it";
     }
-    std::istringstream standard(read_file(path));
-    fdifstream ours(path.c_str(), kBinary);
-    for (;;) {
+    EXPECT_EQ(read_file(path), standard.str());  // while it is open: nothing is held back
+    EXPECT_EQ(out.tellp(), standard.tellp());
+    EXPECT_EQ(static_cast<streambufExt*>(out.rdbuf())->out_waiting(), 0);
+    EXPECT_EQ(out.close(), 0);
+    EXPECT_FALSE(out.is_open() || out << 1);
+
+    fdifstream in(path.c_str(), kBinary);
+    while (standard) {
         std::string word, standard_word;
-        ours >> word;
+        in >> word;
         standard >> standard_word;
         EXPECT_EQ(word, standard_word);
-        EXPECT_EQ(ours.peek(), standard.peek());
-        EXPECT_EQ(ours.rdstate(), standard.rdstate());
-        if (!standard) break;
-        EXPECT_EQ(ours.tellg(), standard.tellg());
+        EXPECT_EQ(in.peek(), standard.peek());
+        EXPECT_EQ(in.rdstate(), standard.rdstate());
+        EXPECT_EQ(in.tellg(), standard.tellg());
     }
+    EXPECT_EQ(in.close(), 0);
 }
 
-TEST(FileStreams, OpenAsTheirModeSays) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / kName;
-    {
-        const fdifstream missing(path.c_str(), kBinary);
-        EXPECT_TRUE(missing.rdstate() == std::ios::failbit && !missing.is_open());
-        EXPECT_FALSE(movane_tests::exists(path));
+TEST_F(FileStreams, OpenAsTheirModeSays) {
+    const fdifstream missing(path.c_str(), kBinary);
+    EXPECT_TRUE(missing.rdstate() == std::ios::failbit && !missing.is_open() && !exists(path));
+    const struct {
+        int mode;
+        const char *text, *expected;
+    } rows[] = {{kBinary, "old", "old"},
+                {kBinary | kApp, "+new", "old+new"},
+                {kBinary, "", ""},
+                {kBinary, "kept", "kept"},
+                {kBinary | kIn, "lost", "kept"}};  // reading wins over writing
+    for (const auto& row : rows) {
+        fdofstream(path.c_str(), row.mode) << row.text;
+        EXPECT_EQ(read_file(path), row.expected);
     }
-    const auto written = [&](int mode, const char* text) {
-        fdofstream(path.c_str(), mode) << text;
-        return read_file(path);
-    };
-    EXPECT_EQ(written(kBinary, "old"), "old");
-    EXPECT_EQ(written(kBinary | kApp, "+new"), "old+new");
-    EXPECT_EQ(written(kBinary, ""), "");
-    EXPECT_TRUE(fdofstream((directory / "none/file").c_str(), kBinary).fail());
-    EXPECT_TRUE(fdofstream((directory / "").c_str(), kBinary).fail());
-    EXPECT_TRUE(fdifstream((directory / "").c_str(), kBinary).fail());
-
-    // Reading wins over writing, and neither opens nothing.
-    EXPECT_EQ(written(kBinary, "kept"), "kept");
-    EXPECT_EQ(written(kBinary | kIn, "lost"), "kept");
-    streambufExt neither(path.c_str(), kBinary);
-    EXPECT_EQ(neither.openfile(), -1);
+    for (const std::string& bad : {directory / "none/file", directory / ""})
+        EXPECT_TRUE(fdofstream(bad.c_str(), kBinary).fail() &&
+                    fdifstream(bad.c_str(), kBinary).fail());
+    EXPECT_EQ(streambufExt(path.c_str(), kBinary).openfile(), -1);  // for neither
 
     // A text is read as it was written, whatever its line ends are in the file.
     fdofstream(path.c_str(), 0) << "a\nb\n";
@@ -196,82 +144,65 @@ TEST(FileStreams, OpenAsTheirModeSays) {
     EXPECT_EQ(first + second, "ab");
 }
 
-TEST(FileStreams, FailWhereTheyCannotSeekOrRead) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "f";
+TEST_F(FileStreams, FailWhereTheyCannotSeekOrRead) {
     write_file(path, "\xff");
     streambufExt buffer(path.c_str(), kIn | kBinary);
-    EXPECT_EQ(buffer.sbumpc(), -1);  // not open yet
-    EXPECT_EQ(buffer.pubseekpos(0), -1);
-    EXPECT_EQ(buffer.pubseekoff(0, std::ios::cur), -1);
-    EXPECT_EQ(buffer.sputn("x", 1), -1);
-    EXPECT_EQ(buffer.sputc('x'), -1);
+    const long long closed[] = {buffer.sbumpc(), buffer.pubseekpos(0),
+                                buffer.pubseekoff(0, std::ios::cur), buffer.sputn("x", 1),
+                                buffer.sputc('x')};
+    for (const long long result : closed) EXPECT_EQ(result, -1);
     ASSERT_EQ(buffer.openfile(), 0);
-    constexpr long long kLowest = std::numeric_limits<long long>::min();
-    for (const auto way : {std::ios::beg, std::ios::cur}) {
-        EXPECT_EQ(buffer.pubseekoff(-2, way), -1);
-        EXPECT_EQ(buffer.pubseekoff(kLowest, way), -1);
-    }
-    EXPECT_EQ(buffer.sgetc(), 255);  // not the end of the file
-    EXPECT_EQ(buffer.sgetc(), 255);
-    EXPECT_EQ(buffer.pubseekoff(kLowest, std::ios::cur), -1);
     char c = 0;
-    EXPECT_EQ(buffer.sgetn(&c, 0), 0);
-    EXPECT_EQ(buffer.sgetn(&c, -1), -1);
+    for (int round = 0; round < 2; ++round) {
+        for (const long long offset : {-2LL, std::numeric_limits<long long>::min()})
+            for (const auto way : {std::ios::beg, std::ios::cur})
+                EXPECT_EQ(buffer.pubseekoff(offset, way), -1);
+        EXPECT_EQ(buffer.sgetn(&c, 0), 0);
+        EXPECT_EQ(buffer.sgetn(&c, -1), -1);
+        EXPECT_EQ(buffer.sgetc(), 255);  // not the end of the file
+    }
     EXPECT_EQ(buffer.sbumpc(), 255);
     EXPECT_EQ(buffer.sbumpc(), -1);
 }
 
-TEST(FileStreams, CopiesShareTheOpenFile) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / "f", other_path = directory / "g";
+TEST_F(FileStreams, CopiesShareTheOpenFile) {
     write_file(path, "abcdef");
-    write_file(other_path, "xyz");
     auto first = std::make_unique<streambufExt>(path.c_str(), kIn | kBinary);
     ASSERT_EQ(first->openfile(), 0);
     EXPECT_EQ(first->sgetc(), 'a');
-
-    streambufExt copy(*first), assigned(other_path.c_str(), kIn | kBinary);
-    ASSERT_EQ(assigned.openfile(), 0);
-    EXPECT_EQ(assigned.sbumpc(), 'x');
+    streambufExt copy(*first), assigned((directory / "other").c_str(), kIn | kBinary);
     assigned = copy;
     EXPECT_EQ(&(assigned = *&assigned), &assigned);
-    EXPECT_EQ(copy.sbumpc(), 'a');      // its own buffered byte
-    EXPECT_EQ(assigned.sbumpc(), 'a');  // another copy of it
-    EXPECT_EQ(copy.sbumpc(), 'b');      // from the common position
-    EXPECT_EQ(assigned.sbumpc(), 'c');
-    EXPECT_EQ(copy.closefile(), 0);
-    EXPECT_EQ(copy.closefile(), 0);
+    // Each has the buffered byte, and goes on from the common position.
+    std::string read;
+    for (streambufExt* reader : {&copy, &assigned, &copy, &assigned})
+        read += static_cast<char>(reader->sbumpc());
+    EXPECT_EQ(read, "aabc");
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(copy.closefile(), 0);
     first.reset();
     EXPECT_EQ(assigned.sbumpc(), 'd');  // closed with the last of them
     EXPECT_EQ(copy.openfile(), 0);
     EXPECT_EQ(copy.sbumpc(), 'a');
 }
 
-TEST(PlainStreams, OpenSizeAndClose) {
-    const TemporaryDirectory directory;
-    const std::string path = directory / kName;
-    EXPECT_EQ(movane_cdlopen_file(path.c_str(), "rb"), nullptr);
-    EXPECT_EQ(movane_cdlopen_file(path.c_str(), "xb"), nullptr);
-
-    FILE* file = movane_cdlopen_file(path.c_str(), "wb");
-    ASSERT_TRUE(file);
-    std::fputs("0123456789", file);
-    std::fseek(file, 3, SEEK_SET);
-    std::fputs("x", file);
-    EXPECT_EQ(movane_cdlget_file_size(file), 10);  // what the buffer holds counts
-    std::fputs("y", file);
-    EXPECT_EQ(movane_cdlclose_file(file), 0);
-    EXPECT_EQ(read_file(path), "012xy56789");
-
-    file = movane_cdlopen_file(path.c_str(), "ab");
-    std::fputs("a", file);
-    EXPECT_EQ(movane_cdlclose_file(file), 0);
-    file = movane_cdlopen_file(path.c_str(), "r+b");
-    EXPECT_EQ(std::fgetc(file), '0');
-    EXPECT_EQ(movane_cdlget_file_size(file), 11);
-    EXPECT_EQ(std::fgetc(file), '1');
-    EXPECT_EQ(movane_cdlclose_file(file), 0);
+TEST_F(FileStreams, PlainOnesOpenTellTheirSizeAndClose) {
+    for (const char* mode : {"rb", "xb"})
+        EXPECT_EQ(movane_cdlopen_file(path.c_str(), mode), nullptr);
+    const struct {
+        const char *mode, *text;
+        long long size;
+        const char* after;
+    } rows[] = {{"wb", "0123456789", 10, "0123456789!"},
+                {"r+b", "xy", 11, "xy!3456789!"},
+                {"ab", "a", 12, "xy!3456789!a!"}};
+    for (const auto& row : rows) {
+        FILE* file = movane_cdlopen_file(path.c_str(), row.mode);
+        std::fputs(row.text, file);
+        EXPECT_EQ(movane_cdlget_file_size(file), row.size);  // what the buffer holds counts
+        std::fputs("!", file);
+        EXPECT_EQ(movane_cdlclose_file(file), 0);
+        EXPECT_EQ(read_file(path), row.after);
+    }
     EXPECT_EQ(movane_cdlclose_file(nullptr), 0);
 }
 

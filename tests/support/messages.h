@@ -33,4 +33,13 @@ std::string message_of(Call call) {
     return MessageCapture::take();
 }
 
+/// What a call returns and, if it posts one, its message: "-1 rsys_mkdir : Unable to ...".
+template <class Call>
+std::string outcome_of(Call call) {
+    const MessageCapture capture;
+    const int result         = call();
+    const std::string posted = MessageCapture::take();
+    return std::to_string(result) + (posted.empty() ? "" : " " + posted);
+}
+
 }  // namespace movane_tests

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <random>
 #include <string>
 
@@ -52,6 +53,18 @@ inline std::string read_file(const std::string& path) {
 
 inline bool exists(const std::string& path) {
     return std::filesystem::exists(std::filesystem::symlink_status(path_of(path)));
+}
+
+/// All that is below a directory, by "/" paths: the contents of files, "/" for directories.
+inline std::map<std::string, std::string> tree_of(const std::string& directory) {
+    std::map<std::string, std::string> tree;
+    const std::filesystem::path top = path_of(directory);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(top)) {
+        const std::u8string below = entry.path().lexically_relative(top).generic_u8string();
+        const std::string name(below.begin(), below.end());
+        tree[name] = entry.is_directory() ? "/" : read_file(directory + "/" + name);
+    }
+    return tree;
 }
 
 }  // namespace movane_tests
