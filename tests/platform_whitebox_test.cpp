@@ -50,15 +50,7 @@ TEST_F(Files, OpenAsAsked) {
         if (file.close() && told != "no") told += " " + read_file(a);
         EXPECT_EQ(told, row.outcome) << row.how;
     }
-    char two[2];
-    Descriptor file = opened(a, kRead | kWrite);
-    EXPECT_EQ(files::seek(file.get(), -2, Origin::end), 1);
-    EXPECT_EQ(files::read(file.get(), two, 2), 2);
-    EXPECT_EQ(std::string(two, 2), "bc");
-    EXPECT_EQ(files::read(file.get(), two, 2), 0);
-    EXPECT_EQ(files::seek(file.get(), -9, Origin::current), -1);
-    EXPECT_TRUE(file.close());
-    EXPECT_FALSE(file || opened(directory / std::string(5000, 'x'), kRead));
+    EXPECT_FALSE(opened(directory / std::string(5000, 'x'), kRead));
 }
 
 TEST_F(Files, GoBeyond32Bits) {
@@ -85,36 +77,24 @@ TEST_F(Files, LockOpenFilesNotProcesses) {
 }
 
 TEST_F(Files, KnowWhatAPathNames) {
-    const std::string same_a = directory / "./漢";
     write_file(a, "12345");
-    files::Status status;
-    ASSERT_TRUE(files::status(a.c_str(), status));
-    EXPECT_TRUE(status.size == 5 && status.is_plain_file && !status.is_directory &&
-                !status.is_read_only);
-    stat_utf8 stated;
-    EXPECT_EQ(stat32_utf8((directory / "").c_str(), &stated), 0);
-    EXPECT_TRUE(stated.is_directory);
-    EXPECT_EQ(stat32_utf8(b.c_str(), &stated), -1);
-
-    EXPECT_TRUE(files::is_same(a.c_str(), same_a.c_str()));
-    EXPECT_FALSE(files::is_same(a.c_str(), b.c_str()));
-    Descriptor open_file = opened(a, files::kRead | files::kRemovable);
-    write_file(b, "other");
-    EXPECT_TRUE(files::is_named(open_file.get(), same_a.c_str()));
-    EXPECT_FALSE(files::is_named(open_file.get(), b.c_str()));
-
-    EXPECT_TRUE(files::set_read_only(open_file.get(), true));
-    EXPECT_EQ(GetFileAttributes_utf8(a.c_str()), attribute_read_only);
-    EXPECT_TRUE(files::set_read_only(open_file.get(), false));
-    open_file.close();
-    EXPECT_TRUE(files::rename(a.c_str(), b.c_str()));
-    EXPECT_EQ(GetFileAttributes_utf8(a.c_str()), attributes_of_none);
-
-    for (const int copied : {1, 0}) EXPECT_EQ(CopyFile_utf8(b.c_str(), a.c_str(), 1), copied);
-    EXPECT_EQ(read_file(a), "12345");
+    stat_utf8 status;
+    EXPECT_EQ(stat32_utf8(a.c_str(), &status), 0);
+    EXPECT_TRUE(status.size == 5 && !status.is_directory);
+    EXPECT_EQ(stat32_utf8(b.c_str(), &status), -1);
+    EXPECT_EQ(GetFileAttributes_utf8(b.c_str()), attributes_of_none);
+    for (const int copied : {1, 0}) EXPECT_EQ(CopyFile_utf8(a.c_str(), b.c_str(), 1), copied);
+    {
+        const Descriptor file = opened(a, files::kRead | files::kRemovable);
+        EXPECT_TRUE(files::is_named(file.get(), (directory / "./漢").c_str()));
+        EXPECT_FALSE(files::is_named(file.get(), b.c_str()));
+        EXPECT_TRUE(files::set_read_only(file.get(), true));
+        EXPECT_EQ(GetFileAttributes_utf8(a.c_str()), attribute_read_only);
+        EXPECT_TRUE(files::set_read_only(file.get(), false));
+    }
     EXPECT_EQ(mkdir_utf8(a.c_str()) + rmdir_utf8(a.c_str()), -2);
-    EXPECT_EQ(fdelete(a.c_str()) + fdelete(b.c_str()), 0);
-    EXPECT_EQ(fdelete(b.c_str()), -1);
+    EXPECT_EQ(fdelete(a.c_str()), 0);
+    EXPECT_EQ(fdelete(a.c_str()), -1);
 }
 
 TEST_F(Files, AreNotOpenedThroughLinksUnlessAskedTo) {
@@ -128,32 +108,20 @@ TEST_F(Files, AreNotOpenedThroughLinksUnlessAskedTo) {
     EXPECT_TRUE(opened(b, how) && exists(a));
 }
 
-TEST_F(Files, ListDirectories) {
-    std::set<std::string> made, listed, searched;
-    for (int i = 0; i < 100; ++i) {
-        made.insert("Grün" + std::to_string(i));
-        write_file(directory / ("Grün" + std::to_string(i)), "");
-    }
+TEST_F(Files, AreSearchedInDirectories) {
+    std::set<std::string> made = {"b", "漢"}, found;
+    for (int i = 0; i < 100; ++i) made.insert(std::to_string(i));
+    for (const std::string& name : made) write_file(directory / name, "");
     std::filesystem::create_directory(path_of(directory / "d"));
-    files::Entry entry;
-    const files::Directory listing = files::list((directory / "").c_str());
-    while (files::next(*listing, entry)) {
-        EXPECT_EQ(entry.is_directory, std::string(entry.name) == "d");
-        EXPECT_TRUE(listed.insert(entry.name).second);
-    }
     char path[256];
-    for (const std::size_t size : {sizeof path, std::size_t{8}}) {  // where no path fits
+    for (const int size : {256, 8}) {  // where no path fits
         void* search = fsinit((directory / "*").c_str());
-        while (fsearch(search, path, static_cast<int>(size)) == 0)
-            searched.insert(path_of(path).filename().string());
+        while (fsearch(search, path, size) == 0) found.insert(path + (directory / "").size());
         fsfree(search);
+        EXPECT_EQ(found, made);
     }
     fsfree(nullptr);
-    EXPECT_EQ(searched, made);
-    made.insert("d");
-    EXPECT_EQ(listed, made);
     EXPECT_EQ(fsinit((directory / "none/*").c_str()), nullptr);
-    EXPECT_FALSE(files::list((directory / "Grün1").c_str()) || files::list(""));
 }
 
 TEST(Processes, StartAndEnd) {
@@ -167,21 +135,15 @@ TEST(Processes, StartAndEnd) {
 }
 
 TEST(Calendar, WritesDatesAndFindsWeekdays) {
-    const struct {
-        cdl_date date;
-        const char *day, *time;
-        int weekday;
-    } rows[] = {{{2025, 2, 3, 14, 5, 9}, "03-Feb-2025", "14:05:09", 1},
-                {{2000, 2, 29, 0, 0, 0}, "29-Feb-2000", "00:00:00", 2},
-                {{2100, 3, 1, 7, 8, 9}, "01-Mar-2100", "07:08:09", 1},
-                {{2026, 11, 22, 23, 59, 60}, "22-Nov-2026", "23:59:60", 7}};
-    for (const auto& row : rows) {
+    const std::pair<cdl_date, std::string> rows[] = {
+        {{2025, 2, 3, 14, 5, 9}, "03-Feb-2025 14:05:09, 1"},
+        {{2000, 2, 29, 0, 0, 0}, "29-Feb-2000 00:00:00, 2"},
+        {{2026, 11, 22, 23, 59, 60}, "22-Nov-2026 23:59:60, 7"}};
+    for (const auto& [date, expected] : rows) {
         char day[12], time[9];
-        cvtdta(&row.date, day);
-        cvttma(&row.date, time);
-        EXPECT_STREQ(day, row.day);
-        EXPECT_STREQ(time, row.time);
-        EXPECT_EQ(dayweek(&row.date), row.weekday) << row.day;
+        cvtdta(&date, day);
+        cvttma(&date, time);
+        EXPECT_EQ(day + std::string(" ") + time + ", " + std::to_string(dayweek(&date)), expected);
     }
 }
 
