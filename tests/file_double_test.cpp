@@ -67,8 +67,7 @@ TEST_F(FileDouble, KeepsWhatIsNotItsOwn) {
         EXPECT_EQ(all(), row.listed + "n=-1 12346;");
         EXPECT_EQ(read_file(path), row.before);
         EXPECT_EQ(file_double_save(records), 0);
-        EXPECT_EQ(tree_of(directory / ""),
-                  (std::map<std::string, std::string>{{"Grün.par", row.after}}));
+        EXPECT_EQ(tree_of(directory / ""), "Grün.par=" + row.after + " ");
     }
 }
 

@@ -15,24 +15,14 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace movane_tests;
-using Tree = std::map<std::string, std::string>;
 
 class Rsys : public testing::Test {
 protected:
-    Rsys() { lognam_define("DATA", (directory / "data").c_str()); }
+    Rsys() { lognam_define("DATA", data.c_str()); }
     ~Rsys() override { lognam_define("DATA", nullptr); }
 
-    void make(const Tree& tree) const {
-        for (const auto& [name, text] : tree) {
-            const fs::path path = path_of(directory / name);
-            fs::create_directories(text == "/" ? path : path.parent_path());
-            if (text != "/") write_file(directory / name, text);
-        }
-    }
-
-    Tree tree(const std::string& name = "") const { return tree_of(directory / name); }
-
     TemporaryDirectory directory;
+    const std::string top = directory / ".", data = directory / "data";
 };
 
 std::string made(const std::string& path) {
@@ -48,102 +38,83 @@ std::string copied(const std::string& destination, const std::string& source) {
     return outcome_of([&] { return rsys_copy(destination.c_str(), source.c_str()); });
 }
 
+constexpr char kInside[] = "-1 rsys_copy : destination lies in the source directory";
+
 TEST_F(Rsys, MakesDirectories) {
     const std::string cannot = "-1 rsys_mkdir : Unable to make directory ",
-                      data = directory / "data", file = directory / "file", too_long(256, 'x');
-    write_file(file, "kept");
-    EXPECT_EQ(rsys_direx("DATA:"), 0);
+                      file   = directory / "file";
+    make_tree(top, "file=kept");
+    EXPECT_EQ(rsys_direx("DATA:") + rsys_direx(file.c_str()), 0);
     EXPECT_EQ(made(data), "0");
-    EXPECT_EQ(rsys_direx("DATA:"), 1);
-    EXPECT_EQ(rsys_direx(file.c_str()), 0);
     EXPECT_EQ(made(data), cannot + data);
     EXPECT_EQ(made("DATA:[no]ü"), cannot + data + "\\no\\ü");
     EXPECT_EQ(made("DATA:ü"), "0");
-    for (const std::string& bad : {std::string(), too_long})
+    for (const std::string& bad : {std::string(), std::string(256, 'x')})
         EXPECT_EQ(made(bad) + forced(bad), cannot + cannot);
-
-    for (const std::string& path :
-         {directory / "a/b\\c", directory / "a/d/", directory / "a//e\\\\",
-          std::string("DATA:[x.y]"), directory / "."}) {
+    for (const std::string& path : {directory / "a/b\\c", directory / "a/d/",
+                                    directory / "a//e\\\\", std::string("DATA:[x.y]"), top}) {
         EXPECT_EQ(forced(path), "0");
         EXPECT_EQ(rsys_direx(path.c_str()), 1) << path;
     }
     EXPECT_EQ(forced(file + "/x/y"), cannot + file);
-    EXPECT_EQ(tree(), (Tree{{"a", "/"},
-                            {"a/b", "/"},
-                            {"a/b/c", "/"},
-                            {"a/d", "/"},
-                            {"a/e", "/"},
-                            {"data", "/"},
-                            {"data/x", "/"},
-                            {"data/x/y", "/"},
-                            {"data/ü", "/"},
-                            {"file", "kept"}}));
+    EXPECT_EQ(tree_of(top), "a/ a/b/ a/b/c/ a/d/ a/e/ data/ data/x/ data/x/y/ data/ü/ file=kept ");
 }
 
 TEST_F(Rsys, RemovesADirectoryOfFiles) {
-    make({{"data/a", "x"},
-          {"data/Grün.txt", "x"},
-          {"data/.hidden", "x"},
-          {"data2", "kept"},
-          {"d/sub/b", "kept"},
-          {"d/a", "x"}});
+    make_tree(top, "data/a=x data/Grün.txt=x data/.hidden=x data2=kept d/sub/b=kept d/a=x");
     EXPECT_EQ(removed("DATA:"), "0");
     EXPECT_EQ(removed(directory / "d"), "0");  // its files go, directories keep it
-    EXPECT_EQ(tree(), (Tree{{"d", "/"}, {"d/sub", "/"}, {"d/sub/b", "kept"}, {"data2", "kept"}}));
+    EXPECT_EQ(tree_of(top), "d/ d/sub/ d/sub/b=kept data2=kept ");
     for (const std::string& refused :
          {std::string(), std::string(256, 'x'), fs::temp_directory_path().root_path().string(),
           std::string("c:"), std::string("/.."), std::string("\\/")})
-        EXPECT_EQ(removed(refused).find("0 rsys_rmdir : Unable to remove directory "), 0u)
+        EXPECT_TRUE(removed(refused).starts_with("0 rsys_rmdir : Unable to remove directory "))
             << refused;
 }
 
 TEST_F(Rsys, CopiesFiles) {
     const std::string text = std::string(100000, 'a') + '\0' + 'b', a = directory / "a",
                       c = directory / "c", cannot = "-1 rsys_copy : Unable to copy file ";
-    make({{"a", text}, {"data/b", "to be replaced"}});
+    make_tree(top, "data/b=replaced");
+    write_file(a, text);
     EXPECT_EQ(copied("DATA:b", a), "0");
     // Nothing to copy is no failure.
     EXPECT_EQ(copied("DATA:c", "DATA:missing") + copied("DATA:c", "DATA:[missing]*"), "00");
-    EXPECT_EQ(copied(a, a), cannot + a);
-    EXPECT_EQ(copied(c, directory / "data"), cannot + (directory / "data"));
-    EXPECT_EQ(copied(directory / "no/c", a), cannot + a);
-    EXPECT_EQ(copied("", a), cannot + a);
+    for (const std::string& bad : {a, directory / "no/c", std::string()})
+        EXPECT_EQ(copied(bad, a), cannot + a);
+    EXPECT_EQ(copied(c, data), cannot + data);
     EXPECT_EQ(copied(c, std::string(256, 'x')), cannot);
     EXPECT_EQ(copied(c, "src*"), "-1 Invalid source directory !");
-    EXPECT_EQ(tree(), (Tree{{"a", text}, {"data", "/"}, {"data/b", text}}));
+    EXPECT_EQ(tree_of(top), "a=" + text + " data/ data/b=" + text + " ");
 }
 
 TEST_F(Rsys, CopiesTrees) {
-    const Tree sample = {{"Grün", "/"},         {"Grün/deep", "/"},
-                         {"Grün/deep/end", ""}, {"a.txt", "A"},
-                         {"empty", "/"},        {"漢.crv", std::string(40000, 'x') + '\0'}};
-    for (const auto& [name, text] : sample) make({{"data/" + name, text}});
-    lognam_define("UP", (directory / ".").c_str());
-    const std::string from = directory / "data";
+    const std::string sample =
+        "Grün/ Grün/deep/ Grün/deep/end= a.txt=A empty/ 漢.crv=" + std::string(40000, 'x') + " ";
+    make_tree(data, sample);
+    lognam_define("UP", top.c_str());
     // The pattern filters nothing; the later copies go over what is there.
     for (const std::string& source :
-         {from + "/*", from + "\\no such*", std::string("DATA:*"), std::string("UP:[data]*.txt")}) {
+         {data + "/*", data + "\\no such*", std::string("DATA:*"), std::string("UP:[data]*.txt")}) {
         EXPECT_EQ(copied("UP:t", source), "0");
-        EXPECT_EQ(tree("t"), sample) << source;
+        EXPECT_EQ(tree_of(directory / "t"), sample) << source;
     }
     lognam_define("UP", nullptr);
     for (const char* inside : {"data", "data/new", "data/Grün/deep", "t/../data/empty/x/y"})
-        EXPECT_EQ(copied(directory / inside, from + "/*"),
-                  "-1 rsys_copy : destination lies in the source directory");
-    EXPECT_EQ(copied(directory / "no/t", from + "/*"),
+        EXPECT_EQ(copied(directory / inside, data + "/*"), kInside);
+    EXPECT_EQ(copied(directory / "no/t", data + "/*"),
               "-1 rsys_copy : Unable to make directory " + (directory / "no/t"));
-    EXPECT_EQ(tree("data"), sample);
+    EXPECT_EQ(tree_of(data), sample);
 
     // One entry that cannot be copied, for a directory stands in its place; the others are.
-    make({{"u/a.txt", "/"}});
-    EXPECT_EQ(copied(directory / "u", from + "/*"),
-              "-1 rsys_copy : Unable to copy file " + from + "/a.txt");
-    EXPECT_EQ(tree("u").size(), sample.size());
+    make_tree(directory / "u", "a.txt/");
+    EXPECT_EQ(copied(directory / "u", data + "/*"),
+              "-1 rsys_copy : Unable to copy file " + data + "/a.txt");
+    EXPECT_EQ(tree_of(directory / "u").size(), sample.size() - 1);
 }
 
 TEST_F(Rsys, FollowsNoLinksToDirectories) {
-    make({{"from/a.txt", "A"}, {"d", "/"}});
+    make_tree(top, "from/a.txt=A d/");
     const auto path = [&](const std::string& name) { return path_of(directory / name); };
     std::error_code refusal;
     fs::create_directory_symlink(path("from"), path("link"), refusal);
@@ -153,10 +124,9 @@ TEST_F(Rsys, FollowsNoLinksToDirectories) {
         fs::create_symlink(path("from/a.txt"), path(link));
 
     EXPECT_EQ(copied(directory / "to", directory / "from/*"), "0");
-    EXPECT_EQ(tree("to"), (Tree{{"a.txt", "A"}, {"b.txt", "A"}}));
+    EXPECT_EQ(tree_of(directory / "to"), "a.txt=A b.txt=A ");
     EXPECT_FALSE(fs::is_symlink(path("to/b.txt")));
-    EXPECT_EQ(copied(directory / "link/to", directory / "from/*"),
-              "-1 rsys_copy : destination lies in the source directory");
+    EXPECT_EQ(copied(directory / "link/to", directory / "from/*"), kInside);
     for (const char* link : {"link", "link/", "link\\"}) EXPECT_NE(removed(directory / link), "0");
     EXPECT_EQ(removed(directory / "d"), "0");
     EXPECT_TRUE(exists(directory / "link") && exists(directory / "from/a.txt") &&
@@ -164,23 +134,23 @@ TEST_F(Rsys, FollowsNoLinksToDirectories) {
 }
 
 TEST_F(Rsys, ScansForDirectories) {
-    const std::string data = directory / "data", long_name(250, 'n');
-    make(
-        {{"data/a.txt", "A"}, {"data/Grün", "/"}, {"data/empty", "/"}, {"data/" + long_name, "/"}});
+    make_tree(data, "a.txt=A Grün/ empty/ " + std::string(250, 'n') + "/");
+    // The outcome, then the directories found.
     const auto scanned = [](const std::string& path) {
-        movane_list* list         = list_new(1, 256, nullptr);
-        const std::string outcome = outcome_of([&] { return rsys_scan_dir(path.c_str(), list); });
-        std::multiset<std::string> found = {outcome};
-        for (int i = 0; i < list_num(list); ++i)
-            found.insert(static_cast<const char*>(list_get_element(list, i)));
+        movane_list* list           = list_new(1, 256, nullptr);
+        std::set<std::string> found = {
+            outcome_of([&] { return rsys_scan_dir(path.c_str(), list); })};
+        for (int i = 0; i < list_num(list); ++i) {
+            EXPECT_TRUE(found.insert(static_cast<const char*>(list_get_element(list, i))).second);
+        }
         list_kill(list);
         return found;
     };
-    using Found          = std::multiset<std::string>;
-    const Found expected = {"0 rsys_scan_dir : path too long !, directory not inserted in list",
-                            data + "\\Grün", data + "\\empty"};
-    EXPECT_EQ(scanned("DATA:"), expected);
-    EXPECT_EQ(scanned(data), expected);
+    using Found = std::set<std::string>;
+    for (const std::string& path : {std::string("DATA:"), data})
+        EXPECT_EQ(scanned(path),
+                  (Found{"0 rsys_scan_dir : path too long !, directory not inserted in list",
+                         data + "\\Grün", data + "\\empty"}));
     EXPECT_EQ(scanned(data + "/empty"), Found{"0"});
     for (const std::string& missing : {data + "/a.txt", data + "/no", std::string()})
         EXPECT_EQ(scanned(missing),

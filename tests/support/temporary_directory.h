@@ -5,8 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <random>
+#include <set>
+#include <sstream>
 #include <string>
 
 namespace movane_tests {
@@ -55,16 +56,29 @@ inline bool exists(const std::string& path) {
     return std::filesystem::exists(std::filesystem::symlink_status(path_of(path)));
 }
 
-/// All that is below a directory, by "/" paths: the contents of files, "/" for directories.
-inline std::map<std::string, std::string> tree_of(const std::string& directory) {
-    std::map<std::string, std::string> tree;
+/// All that is below a directory, in the order of the names: "a/ a/empty/ a/file=its bytes ".
+inline std::string tree_of(const std::string& directory) {
+    std::set<std::string> tree;
     const std::filesystem::path top = path_of(directory);
     for (const auto& entry : std::filesystem::recursive_directory_iterator(top)) {
         const std::u8string below = entry.path().lexically_relative(top).generic_u8string();
         const std::string name(below.begin(), below.end());
-        tree[name] = entry.is_directory() ? "/" : read_file(directory + "/" + name);
+        tree.insert(name + (entry.is_directory() ? "/" : "=" + read_file(directory + "/" + name)));
     }
-    return tree;
+    std::string text;
+    for (const std::string& entry : tree) text += entry + " ";
+    return text;
+}
+
+/// Makes such a tree; directories on the way to what it names need not be named.
+inline void make_tree(const std::string& directory, const std::string& tree) {
+    std::istringstream text(tree);
+    for (std::string entry; text >> entry;) {
+        const std::size_t equals = entry.find('=');
+        const std::string path   = directory + "/" + entry.substr(0, equals);
+        std::filesystem::create_directories(path_of(path).parent_path());
+        if (equals != entry.npos) write_file(path, entry.substr(equals + 1));
+    }
 }
 
 }  // namespace movane_tests
