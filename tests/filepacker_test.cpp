@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -192,19 +194,16 @@ TEST_F(Archive, TellsWhatCannotBeOpened) {
                       long_path = sandbox / std::string(600, 'p');
     write_file(file, "QZFP is not enough, it must end there" + std::string(200, '\0'));
     write_file(archive, archive_bytes(""));
-    const struct {
-        std::string path;
-        int mode, code;
-        std::string text;
-    } rows[] = {{archive, 2, 1, "Invalid mode supplied"},
-                {archive, -1, 1, "Invalid mode supplied"},
-                {missing, kRead, 2, "Cannot open file: " + missing},
-                {long_path, kWrite, 3, "Cannot create archive: " + long_path},
-                {out, kRead, 2, "Cannot open file: " + out},
-                {file, kRead, 5, "Not a FilePacker archive: " + file}};
-    for (const auto& row : rows) {
-        Packer packer(row.path, row.mode);
-        EXPECT_EQ(error_of(packer), error_text(row.code, row.text));
+    const std::tuple<std::string, int, int, std::string> rows[] = {
+        {archive, 2, 1, "Invalid mode supplied"},
+        {archive, -1, 1, "Invalid mode supplied"},
+        {missing, kRead, 2, "Cannot open file: " + missing},
+        {long_path, kWrite, 3, "Cannot create archive: " + long_path},
+        {out, kRead, 2, "Cannot open file: " + out},
+        {file, kRead, 5, "Not a FilePacker archive: " + file}};
+    for (const auto& [path, mode, error, text] : rows) {
+        Packer packer(path, mode);
+        EXPECT_EQ(error_of(packer), error_text(error, text));
         // Without an archive every call fails and touches nothing.
         packer.size = 1;
         for (const int code : {packer.add_file("x", "x"), packer.add("x", "x"), packer.unpack("x"),
@@ -216,7 +215,7 @@ TEST_F(Archive, TellsWhatCannotBeOpened) {
               packer.ReadBinaryData(packer.name, 1), packer.WriteBinaryData("x", 1),
               packer.ReadUpTo(packer.name, 1, "x")})
             EXPECT_EQ(code, 4);
-        EXPECT_EQ(error_of(packer), error_text(4, "Archive not opened: " + row.path));
+        EXPECT_EQ(error_of(packer), error_text(4, "Archive not opened: " + path));
     }
     FilePacker nameless(nullptr, kRead, nullptr);
     EXPECT_EQ(error_of(nameless), error_text(2, "Cannot open file: "));

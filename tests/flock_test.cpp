@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using namespace movane_tests;
@@ -45,22 +47,18 @@ TEST(Flock, RefusesPathsThatItCannotLock) {
 
 TEST(Flock, TakesOverOnlyWhatADeadHolderLeft) {
     const TemporaryDirectory directory;
-    const std::string path = directory / "lock";
-    const struct {
-        const char* text;
-        perms permissions;
-        bool is_leftover;
-    } rows[] = {{"text", perms::owner_read, false},
-                {"", perms::owner_all, false},
-                {"", perms::owner_read, true}};
-    for (const auto& row : rows) {
-        write_file(path, row.text);
-        std::filesystem::permissions(path_of(path), row.permissions);
+    const std::string path                            = directory / "lock";
+    const std::tuple<const char*, perms, bool> rows[] = {{"text", perms::owner_read, false},
+                                                         {"", perms::owner_all, false},
+                                                         {"", perms::owner_read, true}};
+    for (const auto& [text, permissions, is_leftover] : rows) {
+        write_file(path, text);
+        std::filesystem::permissions(path_of(path), permissions);
         void* lock = flock_get(path.c_str());
-        EXPECT_EQ(lock != nullptr, row.is_leftover);
-        EXPECT_EQ(read_file(path), row.text);
+        EXPECT_EQ(lock != nullptr, is_leftover);
+        EXPECT_EQ(read_file(path), text);
         flock_free(lock);
-        EXPECT_EQ(exists(path), !row.is_leftover);
+        EXPECT_EQ(exists(path), !is_leftover);
         if (exists(path)) std::filesystem::permissions(path_of(path), perms::owner_all);
     }
 }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -34,60 +35,51 @@ TEST(Fport, TranslatesLogicalNames) {
     EXPECT_EQ(defined(longest + "x", "d"), refused);
     EXPECT_EQ(defined("n", longest + "x"), refused);
 
-    const struct {
-        std::string path, expected;
-        int size = 300;
-    } rows[] = {{"DATA:[curves.rgb]a.crv", "0 d\\curves\\rgb\\a.crv"},
-                {"data:a.txt", "0 d\\a.txt"},
-                {"DATA:", "0 d\\"},
-                {"DATA:[]", "0 d\\\\"},
-                {"DATA:[x]y[z].w]", "0 d\\x\\y[z].w]"},
-                {"DATA:[x", "0 d\\x"},
-                {"DATA:a.b[x.y]c.d", "0 d\\a\\b\\x\\y\\c.d"},  // brackets later: dots before, too
-                {"DATA:a]b.c", "0 d\\a]b.c"},
-                {"Slash:[x]y", "0 e\\f\\x\\y"},
-                {"b:x", "0 \\\\x"},
-                {"empty:[x]y", "0 \\x\\y"},
-                {"DATA:a:b", "0 d\\a:b"},
-                {"DATA:\\a", "-1 DATA:\\a"},  // taken for a drive
-                {"n:x", "-1 n:x"},
-                {":x", "-1 :x"},
-                {"[x.y]z/漢", "-1 [x.y]z/漢"},
-                {"", "-1 "},
-                // One byte more than for the text is asked for; what is not translated is cut.
-                {"DATA:a.txt", "0 d\\a.txt", 9},
-                {"DATA:a.txt", "-1 ", 8},
-                {"c:\\data", "-1 c:\\", 4},
-                {"c:\\data", "-1 ", 1},
-                {"c:\\data", "-1 ", 0},
-                {longest, "-1 " + longest},
-                {longest + "x", "-1 "},
-                {"long:x", "0 " + longest + "\\x"},
-                {"long:x", "-1 ", 256}};
-    for (const auto& row : rows)
-        EXPECT_EQ(translated(row.path, row.size), row.expected) << row.path;
+    // Brackets later on turn dots before them, too; what follows "\\" is taken for a drive.
+    const std::pair<const char*, const char*> rows[] = {
+        {"DATA:[curves.rgb]a.crv", "0 d\\curves\\rgb\\a.crv"},
+        {"DATA:a.b[x.y]c.d", "0 d\\a\\b\\x\\y\\c.d"},
+        {"DATA:[x]y[z].w]", "0 d\\x\\y[z].w]"},
+        {"[x.y]z/漢", "-1 [x.y]z/漢"},
+        {"data:a.txt", "0 d\\a.txt"},
+        {"DATA:", "0 d\\"},
+        {"DATA:[]", "0 d\\\\"},
+        {"DATA:[x", "0 d\\x"},
+        {"DATA:a]b.c", "0 d\\a]b.c"},
+        {"Slash:[x]y", "0 e\\f\\x\\y"},
+        {"b:x", "0 \\\\x"},
+        {"empty:[x]y", "0 \\x\\y"},
+        {"DATA:a:b", "0 d\\a:b"},
+        {"DATA:\\a", "-1 DATA:\\a"},
+        {"n:x", "-1 n:x"},
+        {":x", "-1 :x"},
+        {"", "-1 "}};
+    for (const auto& [path, expected] : rows) EXPECT_EQ(translated(path, 300), expected);
+    // One byte more than for the text is asked for; what is not translated is cut.
+    const std::tuple<std::string, int, std::string> sizes[] = {
+        {"DATA:a.txt", 9, "0 d\\a.txt"}, {"DATA:a.txt", 8, "-1 "},
+        {"c:\\data", 4, "-1 c:\\"},      {"c:\\data", 1, "-1 "},
+        {"c:\\data", 0, "-1 "},          {longest, 300, "-1 " + longest},
+        {longest + "x", 300, "-1 "},     {"long:x", 300, "0 " + longest + "\\x"},
+        {"long:x", 256, "-1 "}};
+    for (const auto& [path, size, expected] : sizes) EXPECT_EQ(translated(path, size), expected);
     for (const char* name : {"DATA", "SLASH", "B", "Empty", "LONG", "never"})
         EXPECT_EQ(lognam_define(name, nullptr), 0);
     EXPECT_EQ(translated("DATA:a", 99), "-1 DATA:a");
 }
 
 TEST(Fport, CutsAndJoins) {
-    const struct {
-        const char *path, *directory;
-    } paths[] = {{"dir\\name", "dir"},   {"dir/name", "dir/"}, {"dir\\name", "dir\\"},
-                 {"D:[a]name", "D:[a]"}, {"D:name", "D:"},     {"xname", ""}};
-    for (const auto& row : paths) EXPECT_STREQ(fport_StripPath(row.path, row.directory), "name");
-
-    const struct {
-        std::string name;
-        const char* expected;
-        int result;
-    } names[] = {{"a.b.c", "a.b", 0}, {".", "", 0}, {"abc", "abc", -1}};
-    for (auto [name, expected, result] : names) {
+    const std::pair<const char*, const char*> paths[] = {
+        {"dir\\name", "dir"},   {"dir/name", "dir/"}, {"dir\\name", "dir\\"},
+        {"D:[a]name", "D:[a]"}, {"D:name", "D:"},     {"xname", ""}};
+    for (const auto& [path, directory] : paths)
+        EXPECT_STREQ(fport_StripPath(path, directory), "name");
+    const std::tuple<std::string, int, const char*> names[] = {
+        {"a.b.c", 0, "a.b"}, {".", 0, ""}, {"abc", -1, "abc"}};
+    for (auto [name, result, expected] : names) {
         EXPECT_EQ(fport_StripExtension(name.data()), result);
         EXPECT_STREQ(name.c_str(), expected);
     }
-
     const auto joined = [](int size) {
         char out[11] = "##########";
         const std::string outcome =
@@ -97,11 +89,12 @@ TEST(Fport, CutsAndJoins) {
     const std::string too_long = "-1 fport_MakeFullPah: string not long enough ";
     EXPECT_EQ(joined(10), "0 direc\\abc");
     EXPECT_EQ(joined(9), too_long);
+    EXPECT_EQ(joined(1), too_long);
     EXPECT_EQ(joined(0), too_long + "##########");
     EXPECT_EQ(joined(-1), too_long + "##########");
 
     int was = 0;
-    for (const int on : {5, -1, 0}) EXPECT_EQ(fport_setres(on), std::exchange(was, on != 0));
+    for (const int on : {5, -1, 0, 0}) EXPECT_EQ(fport_setres(on), std::exchange(was, on != 0));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -45,19 +46,19 @@ TEST(ItemString, WritesAsPrintfDoes) {
               " 123.5  0.500  12346  -1.000  -12.00  -0.000  100000  10.000 ");
     for (const double bad : {kInfinity, -kInfinity, kNan}) EXPECT_EQ(written({1, bad, 2}, -1), "");
 
-    std::mt19937_64 random(62);
-    std::vector<double> values = {DBL_MAX, -DBL_MAX, 999.95, 0.0005, 0.00049999};
+    for (const double value : {DBL_MAX, -DBL_MAX, 999.95, 0.0005, 0.00049999})
+        EXPECT_EQ(written({value}), printed(value));
     for (int exponent = -5; exponent <= 308; ++exponent) {
         const double power = std::pow(10.0, exponent);
-        for (const double x : {power, std::nextafter(power, 0.0), std::nextafter(power, DBL_MAX)})
-            values.insert(values.end(), {x, -x});
+        for (const double x : {-power, std::nextafter(power, 0.0), std::nextafter(power, DBL_MAX)})
+            EXPECT_EQ(written({x}), printed(x));
     }
-    while (values.size() < 5000) {
-        const auto any = std::bit_cast<double>(random());
-        if (std::isfinite(any)) values.push_back(any);
-        values.push_back(static_cast<double>(random() % 2000001) / 1000.0 - 1000.0);
+    std::mt19937_64 random(62);
+    for (int i = 0; i < 4000; ++i) {
+        const double value = i % 2 ? std::bit_cast<double>(random())
+                                   : static_cast<double>(random() % 2000001) / 1000 - 1000;
+        EXPECT_TRUE(!std::isfinite(value) || written({value}) == printed(value)) << value;
     }
-    for (const double value : values) EXPECT_EQ(written({value}), printed(value));
 }
 
 TEST(ItemString, ChoosesWidthAndPrecision) {
@@ -84,44 +85,26 @@ std::string read(int (*call)(const char*, int, Number*), const char* text, int n
 }
 
 TEST(ItemString, ReadsNumbers) {
-    const struct {
-        const char* text;
-        int n;
-        const char *doubles, *ints;
-    } rows[] = {{"1.5 -2.5", 2, "0 1.5 -2.5 -7", "0 1 -2 -7"},
-                {"1.5 2", 3, "-1 1.5 2 -7", "-1 1 2 -7"},
-                {"1.5 2", 1, "0 1.5 -7 -7", "0 1 -7 -7"},
-                {"  -1\t+5  007 ", 3, "0 -1 5 7", "0 -1 5 7"},
-                {"1,5 2;x 3mm", 3, "0 1 2 3", "0 1 2 3"},
-                {"1e2 .5 5.", 3, "0 100 0.5 5", "-1 1 -7 -7"},
-                {"0x10 -0X1.8p1", 2, "0 16 -3 -7", "0 0 0 -7"},
-                {"inf -INFINITY nan", 3, "0 inf -inf nan", "-1 -7 -7 -7"},
-                {"2147483647 -2147483648", 2, "0 2.14748e+09 -2.14748e+09 -7",
-                 "0 2147483647 -2147483648 -7"},
-                {"2147483648", 1, "0 2.14748e+09 -7 -7", "-1 -7 -7 -7"},
-                {"1 x 3", 3, "-1 1 -7 -7", "-1 1 -7 -7"},
-                {"x", -1, "0 -7 -7 -7", "0 -7 -7 -7"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(read(str_double_from_itemstr, row.text, row.n), row.doubles);
-        EXPECT_EQ(read(str_int_from_itemstr, row.text, row.n), row.ints);
+    const std::tuple<const char*, int, const char*, const char*> rows[] = {
+        {"1.5 -2.5", 2, "0 1.5 -2.5 -7", "0 1 -2 -7"},
+        {"1.5 2", 3, "-1 1.5 2 -7", "-1 1 2 -7"},
+        {"1.5 2", 1, "0 1.5 -7 -7", "0 1 -7 -7"},
+        {"  -1\t+5  007 ", 3, "0 -1 5 7", "0 -1 5 7"},
+        {"1,5 2;x 3mm", 3, "0 1 2 3", "0 1 2 3"},
+        {"1e2 .5 5.", 3, "0 100 0.5 5", "-1 1 -7 -7"},
+        {"0x10 -0X1.8p1", 2, "0 16 -3 -7", "0 0 0 -7"},
+        {"inf -INFINITY nan", 3, "0 inf -inf nan", "-1 -7 -7 -7"},
+        {"2147483647 -2147483648", 2, "0 2.14748e+09 -2.14748e+09 -7",
+         "0 2147483647 -2147483648 -7"},
+        {"2147483648", 1, "0 2.14748e+09 -7 -7", "-1 -7 -7 -7"},
+        {"1 x 3", 3, "-1 1 -7 -7", "-1 1 -7 -7"},
+        {"x", -1, "0 -7 -7 -7", "0 -7 -7 -7"}};
+    for (const auto& [text, n, doubles, ints] : rows) {
+        EXPECT_EQ(read(str_double_from_itemstr, text, n), doubles);
+        EXPECT_EQ(read(str_int_from_itemstr, text, n), ints);
     }
     for (const char* bad : {"", "   ", "+-1", "++1", "--1", "0x", "0xinf", "1e999"})
         EXPECT_EQ(read(str_double_from_itemstr, bad, 1), "-1 -7 -7 -7") << bad;
-}
-
-TEST(ItemString, ReadsWhatScanfReads) {
-    std::mt19937_64 random(63);
-    for (int i = 0; i < 5000; ++i) {
-        const auto any = std::bit_cast<double>(random());
-        if (!std::isfinite(any)) continue;
-        char text[64];
-        std::snprintf(text, sizeof text, i % 2 ? " %.17g" : "%+.5e x", any);
-        double scanned = 0, read = 1;
-        ASSERT_EQ(std::sscanf(text, "%lf", &scanned), 1);
-        if (!std::isfinite(scanned) || scanned == 0) continue;  // rounded out of the range
-        EXPECT_EQ(str_double_from_itemstr(text, 1, &read), 0);
-        EXPECT_EQ(read, scanned) << text;
-    }
 }
 
 TEST(ItemString, ReportsBadTextsAndValues) {

@@ -7,7 +7,7 @@
 #include <climits>
 #include <cstdio>
 #include <random>
-#include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -46,16 +46,13 @@ TEST(Numb, CountsCombinations) {
         for (int k = 0; k <= n; ++k) EXPECT_EQ(numb_combination(n, k), row[k]);
         for (int k = n + 1; k > 0 && k < 13; --k) row[k] += row[k - 1];
     }
-    const struct {
-        int n, k, expected;
-    } rows[] = {{2, 5, -1},         {5, -1, -1},
-                {-3, -5, -1},       {34, 17, 4},
-                {30, 17, -3},       {46341, 2, 1073720970},
-                {65535, 2, -98303}, {INT_MAX, 1, INT_MAX},
-                {25, 9, -4614},     {INT_MAX, INT_MAX, 0},
-                {40, 34, 0}};
-    for (const auto& r : rows)
-        EXPECT_EQ(numb_combination(r.n, r.k), r.expected) << r.n << " " << r.k;
+    const int rows[][3] = {{2, 5, -1},         {5, -1, -1},
+                           {-3, -5, -1},       {34, 17, 4},
+                           {30, 17, -3},       {46341, 2, 1073720970},
+                           {65535, 2, -98303}, {INT_MAX, 1, INT_MAX},
+                           {25, 9, -4614},     {INT_MAX, INT_MAX, 0},
+                           {40, 34, 0}};
+    for (const auto& [n, k, expected] : rows) EXPECT_EQ(numb_combination(n, k), expected);
 }
 
 TEST(Numb, ReadsAndWritesHexadecimal) {
@@ -72,17 +69,15 @@ TEST(Numb, ReadsAndWritesHexadecimal) {
         EXPECT_EQ(static_cast<unsigned>(read), value);
     }
     // A last character that is no digit repeats the one before it.
-    const struct {
-        const char* text;
-        int result, value;
-    } rows[] = {{"1g", 0, 17}, {"aBg", 0, 0xabb}, {"123456789", 0, 0x23456789},
-                {"g", -1, 7},  {"1gg", -1, 7},    {"g1", -1, 7},
-                {"-1", -1, 7}, {"/", -1, 7},      {"", -1, 7},
-                {"f ", 0, 255}};
-    for (const auto& row : rows) {
+    const std::tuple<const char*, int, int> rows[] = {
+        {"1g", 0, 17},  {"aBg", 0, 0xabb}, {"123456789", 0, 0x23456789},
+        {"f ", 0, 255}, {"g", -1, 7},      {"1gg", -1, 7},
+        {"g1", -1, 7},  {"-1", -1, 7},     {"/", -1, 7},
+        {"", -1, 7}};
+    for (const auto& [hex, result, value] : rows) {
         read = 7;
-        EXPECT_EQ(numb_hex_string_to_decimal(row.text, &read), row.result) << row.text;
-        EXPECT_EQ(read, row.value) << row.text;
+        EXPECT_EQ(numb_hex_string_to_decimal(hex, &read), result) << hex;
+        EXPECT_EQ(read, value) << hex;
     }
     const int digits[] = {1, 16, 2};
     EXPECT_EQ(numb_hex_to_hex_string(digits, 3, text), -1);

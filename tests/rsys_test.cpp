@@ -134,7 +134,8 @@ TEST_F(Rsys, FollowsNoLinksToDirectories) {
 }
 
 TEST_F(Rsys, ScansForDirectories) {
-    make_tree(data, "a.txt=A Grün/ empty/ " + std::string(250, 'n') + "/");
+    const std::string longest(255 - data.size() - 1, 'n');  // for a slot of 256 bytes
+    make_tree(data, "a.txt=A empty/ " + longest + "/ " + longest + "n/");
     // The outcome, then the directories found.
     const auto scanned = [](const std::string& path) {
         movane_list* list           = list_new(1, 256, nullptr);
@@ -150,7 +151,7 @@ TEST_F(Rsys, ScansForDirectories) {
     for (const std::string& path : {std::string("DATA:"), data})
         EXPECT_EQ(scanned(path),
                   (Found{"0 rsys_scan_dir : path too long !, directory not inserted in list",
-                         data + "\\Grün", data + "\\empty"}));
+                         data + "\\" + longest, data + "\\empty"}));
     EXPECT_EQ(scanned(data + "/empty"), Found{"0"});
     for (const std::string& missing : {data + "/a.txt", data + "/no", std::string()})
         EXPECT_EQ(scanned(missing),

@@ -11,6 +11,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -53,54 +54,44 @@ std::string items_at(char* pos) {
 
 TEST(ParameterText, IsScannedLineByLine) {
     const std::string more(300, 'x'), cut(256, 'x'), to_blank(255, 'w');
-    const struct {
-        std::string line, topic, item;
-    } rows[] = {{"", "", ""},
-                {"]", "", ""},
-                {"gamma", "", ""},
-                {"[Paper]", "[Paper]", ""},
-                {" \t[ Paper \t] x = 1 [y]", "[ Paper]", ""},
-                {"[a=b", "[a=b]", ""},
-                {"[]", "[]", ""},
-                {"[" + more, "[" + cut + "]", ""},
-                {"a=b", "", "<a|b>"},
-                {" \ta \t=\t 2 2 \t", "", "< \ta|2 2>"},
-                {"a = b = c", "", "<a|b = c>"},
-                {"a[0] = [b]", "", "<a[0]|[b]>"},
-                {"=", "", "<|>"},
-                {more + "=" + more, "", "<" + cut + "|" + cut + ">"},
-                {to_blank + " x=" + to_blank + " x", "", "<" + to_blank + "|" + to_blank + ">"}};
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"", "", ""},
+        {"]", "", ""},
+        {"gamma", "", ""},
+        {"[Paper]", "[Paper]", ""},
+        {" \t[ Paper \t] x = 1 [y]", "[ Paper]", ""},
+        {"[a=b", "[a=b]", ""},
+        {"[]", "[]", ""},
+        {"[" + more, "[" + cut + "]", ""},
+        {"a=b", "", "<a|b>"},
+        {" \ta \t=\t 2 2 \t", "", "< \ta|2 2>"},
+        {"a = b = c", "", "<a|b = c>"},
+        {"a[0] = [b]", "", "<a[0]|[b]>"},
+        {"=", "", "<|>"},
+        {more + "=" + more, "", "<" + cut + "|" + cut + ">"},
+        {to_blank + " x=" + to_blank + " x", "", "<" + to_blank + "|" + to_blank + ">"}};
     for (const std::string end : {"\n", "\r\n", "\r"}) {
-        for (const auto& row : rows) {
-            SCOPED_TRACE(testing::PrintToString(row.line + end));
-            const bool is_topic = !row.topic.empty();
-            Text text(row.line + end + "z=1" + end + "[Z" + end + "y=2");
-            EXPECT_EQ(topics_at(text.pos), row.topic + "[Z]" + '\0');
+        for (const auto& [line, topic, item] : rows) {
+            SCOPED_TRACE(testing::PrintToString(line + end));
+            const bool is_topic = !topic.empty();
+            Text text(line + end + "z=1" + end + "[Z" + end + "y=2");
+            EXPECT_EQ(topics_at(text.pos), topic + "[Z]" + '\0');
             EXPECT_EQ(str_get_nr_of_rdb_topics(&text.pos), is_topic + 1);
-            EXPECT_EQ(items_at(text.pos), is_topic ? "" : row.item + "<z|1>");
-            str_go_to_next_line(&text.pos);
+            EXPECT_EQ(items_at(text.pos), is_topic ? "" : item + "<z|1>");
+            Buffer name, value;
+            EXPECT_EQ(str_search_rdb_item(&text.pos, "z", value), is_topic ? -1 : 0);
+            EXPECT_EQ(value.take(), is_topic ? "(none)" : "1");
+            EXPECT_EQ(str_search_rdb_item(&text.pos, "y", value), -1);
+            EXPECT_EQ(str_get_rdb_item(&text.pos, "z", value), -1);
+            EXPECT_EQ(str_get_rdb_item_name(&text.pos, name), item.empty() ? -1 : 0);
+            const std::string found = name.take();
+            if (str_get_rdb_item(&text.pos, found.c_str(), value) != 0)
+                str_go_to_next_line(&text.pos);
+            EXPECT_EQ("<" + found + "|" + value.take() + ">",
+                      item.empty() ? "<(none)|(none)>" : item);
             EXPECT_EQ(items_at(text.pos), "<z|1>");
         }
     }
-}
-
-TEST(ParameterText, IsReadItemByItem) {
-    Text text("a = 1\nno item\nb = 2\n [T]\nc = 3");
-    Buffer name, value;
-    EXPECT_EQ(str_search_rdb_item(&text.pos, "b", value), 0);
-    EXPECT_EQ(value.take(), "2");
-    EXPECT_EQ(str_get_rdb_item_name(&text.pos, name), 0);
-    EXPECT_EQ(name.take(), "a");
-    EXPECT_EQ(str_get_rdb_item(&text.pos, "A", value), -1);
-    EXPECT_EQ(text.offset(), 0);
-    EXPECT_EQ(str_get_rdb_item(&text.pos, "a", value), 0);
-    EXPECT_EQ(value.take(), "1");
-    EXPECT_EQ(text.offset(), 6);
-    EXPECT_EQ(str_search_rdb_item(&text.pos, "c", value), -1);
-    EXPECT_EQ(str_get_rdb_item_name(&text.pos, name), -1);
-    EXPECT_EQ(str_get_rdb_item(&text.pos, "", value), -1);
-    EXPECT_EQ(name.take() + value.take(), "(none)(none)");
-    EXPECT_EQ(text.offset(), 6);
 }
 
 TEST(ParameterText, GoesFromWordToWordInALine) {
@@ -123,20 +114,13 @@ std::string search(Text& text, const std::string& topic, const std::string& item
 
 TEST(ParameterText, ContinuedSearchDecidesAmongEqualTopics) {
     Text text("[A]\nx=1\n[B]\nx=2\n[a]\nx=3\n[C]\nx=4\n[]\nx=5\n[b]\nx=6\n");
-    const struct {
-        const char *topic, *value;
-    } rows[] = {{"A", "1"},
-                {"A", "1"},
-                {"B", "2"},
-                {"A", "3"},  // the next one from B on
-                {"none", "no (none)"},
-                {"A", "1"},  // nothing is remembered after a failure
-                {"C", "4"},
-                {"B", "6"},
-                {"C", "no (none)"},  // none from the begin to the next B
-                {"", "5"},
-                {"b", "2"}};  // an empty name is not continued from
-    for (const auto& row : rows) EXPECT_EQ(search(text, row.topic, "x"), row.value) << row.topic;
+    // From B on the next A is the second one. After a failure nothing is remembered, and an empty
+    // name is not continued from. Behind the end the search ends at a topic named as the last one.
+    const std::pair<const char*, const char*> rows[] = {
+        {"A", "1"}, {"A", "1"}, {"B", "2"}, {"A", "3"},         {"none", "no (none)"},
+        {"A", "1"}, {"C", "4"}, {"B", "6"}, {"C", "no (none)"}, {"", "5"},
+        {"b", "2"}};
+    for (const auto& [topic, value] : rows) EXPECT_EQ(search(text, topic, "x"), value) << topic;
 }
 
 TEST(ParameterText, SearchesDoNotDependOnSearchesBefore) {
