@@ -114,7 +114,6 @@ TEST_F(Archive, HasTheBytesOfAModel) {
             ASSERT_TRUE(read_file(archive) == archive_bytes(kept, entries));
         }
         sharers.clear();
-        EXPECT_EQ(read_file(archive), archive_bytes(kept, entries));
         EXPECT_EQ(read_all(), entries);
 
         // One by one, then all.
@@ -153,7 +152,8 @@ TEST_F(Archive, WritesNothingForWhatNobodyCouldRead) {
     EXPECT_EQ(error_of(packer), error_text(7, "Cannot write output file: " + archive));
     EXPECT_EQ(read_file(archive), archive_bytes(""));
     for (int i = 0; i < 2; ++i) EXPECT_EQ(packer.add_file(file, nullptr), 0);
-    EXPECT_EQ(packer.add(longest, "x") + packer.add_file(none, longest.c_str()), 0);
+    EXPECT_EQ(packer.add(longest, "x"), 0);
+    EXPECT_EQ(packer.add_file(none, longest.c_str()), 0);
     EXPECT_EQ(read_file(archive), archive_bytes("", {{file, "abc"}, {longest, "x"}}));
 }
 
@@ -179,11 +179,11 @@ TEST_F(Archive, TakesFilesThatAreNotWhatTheySeem) {
 
     // The system says 4096 bytes for this file, and gives fewer.
     const std::string shorter = "/sys/devices/system/cpu/online";
-    if (!exists(shorter)) GTEST_SKIP() << "has no such file";
+    const auto size           = exists(shorter) ? std::filesystem::file_size(shorter) : 0;
+    if (size <= read_file(shorter).size()) GTEST_SKIP() << "has no such file";
     EXPECT_EQ(packer.add_file(shorter, "x"), 8);
     EXPECT_EQ(error_of(packer), error_text(8, "Cannot read from file: " + shorter));
-    EXPECT_EQ(read_file(archive),
-              bytes + entry_bytes("x", "", std::filesystem::file_size(shorter)));
+    EXPECT_EQ(read_file(archive), bytes + entry_bytes("x", "", size));
     EXPECT_EQ(packer.add_file(shorter, "x"), 0);  // is recorded
 }
 
