@@ -57,8 +57,8 @@ TEST_F(ArchiveWithoutMemory, Reading) {
     });
     check_every_allocation_failure("UnpackFileAsBuffer", "", [&] {
         FilePacker in(archive.c_str(), kRead, nullptr);
-        const FilePacker copy(in);
-        const bool is_complete = has_memory(in.UnpackFileAsBuffer(&data, &size, name));
+        FilePacker copy(in);
+        const bool is_complete = has_memory(copy.UnpackFileAsBuffer(&data, &size, name));
         EXPECT_EQ(data != nullptr, is_complete);
         EXPECT_EQ(in.UnpackFileAsBuffer(&data, &size, name), 9);
         return is_complete;
