@@ -106,6 +106,7 @@ TEST_F(Files, AreNotOpenedThroughLinksUnlessAskedTo) {
     EXPECT_FALSE(opened(b, how | files::kNoFollow) || opened(b, how | files::kExclusive) ||
                  exists(a));
     EXPECT_TRUE(opened(b, how) && exists(a));
+    EXPECT_FALSE(files::is_named(opened(b, how).get(), b.c_str()));
 }
 
 TEST_F(Files, AreSearchedInDirectories) {

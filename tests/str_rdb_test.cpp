@@ -123,6 +123,16 @@ TEST(ParameterText, ContinuedSearchDecidesAmongEqualTopics) {
     for (const auto& [topic, value] : rows) EXPECT_EQ(search(text, topic, "x"), value) << topic;
 }
 
+TEST(ParameterText, ForgetsWhenAsked) {
+    Text text("[A]\n[B]\nx=1\n[C]\n");
+    EXPECT_EQ(search(text, "b", "x"), "1");
+    EXPECT_EQ(str_search_rdb_topic(&text.pos, "b"), 1);
+    text.pos[3] = '\0';
+    EXPECT_EQ(str_search_rdb_cache_reset(), 0);
+    EXPECT_EQ(search(text, "b", "x"), "no (none)");
+    EXPECT_EQ(str_search_rdb_topic(&text.pos, "c"), 0);
+}
+
 TEST(ParameterText, SearchesDoNotDependOnSearchesBefore) {
     std::vector<std::string> topics = {"", "one", "two", "three", "four", "one two"};
     std::mt19937 random(63);
