@@ -111,8 +111,8 @@ TEST_F(FileDouble, RefusesWhatCouldNotBeReadBack) {
     }
     open(path, 1, 1);
     for (const std::string& name :
-         {"" + longest + "a", std::string(), std::string("a=b"), std::string("a\nb"),
-          std::string("a\r"), std::string("[a"), std::string("\ta"), std::string("a ")})
+         {longest + "a", std::string(), std::string("a=b"), std::string("a\nb"), std::string("a\r"),
+          std::string("[a"), std::string("\ta"), std::string("a ")})
         EXPECT_EQ(outcome(name), "-1 file_double_add_item: illegal name") << name;
     for (const std::string& name : {longest, std::string("a [b] c")}) EXPECT_EQ(outcome(name), "0");
     EXPECT_EQ(all(), longest + "=1 0;a [b] c=1 0;");
