@@ -12,7 +12,7 @@
 namespace {
 
 // Digested in pieces of `piece` bytes.
-std::string digest_of(const std::string& data, std::size_t piece) {
+std::string digest_of(const std::string& data, std::size_t piece = 64) {
     MD5_CTX context;
     MD5Init(&context);
     for (std::size_t at = 0; at < data.size(); at += piece) {
@@ -22,30 +22,23 @@ std::string digest_of(const std::string& data, std::size_t piece) {
     }
     unsigned char digest[16];
     MD5Final(digest, &context);
-    return {digest, digest + 16};
-}
-
-std::string hex_of(const std::string& data) {
     char hex[33] = "";
-    int length   = 0;
-    for (const unsigned char c : digest_of(data, 64))
-        length += std::sprintf(hex + length, "%02X", c);
+    for (int i = 0; i < 16; ++i) std::snprintf(hex + 2 * i, 3, "%02X", digest[i]);
     return hex;
 }
 
 TEST(Md5, DigestsEveryLengthInAnyPieces) {
-    EXPECT_EQ(hex_of("abc"), "900150983CD24FB0D6963F7D28E17F72");
-    EXPECT_EQ(hex_of("message digest"), "F96B697D7CB7938D525A2F31AAF161D0");
+    EXPECT_EQ(digest_of("abc"), "900150983CD24FB0D6963F7D28E17F72");
+    EXPECT_EQ(digest_of("message digest"), "F96B697D7CB7938D525A2F31AAF161D0");
     std::string digests;
     for (int length = 0; length < 300; ++length) {
         std::string data;
         for (int i = 0; i < length; ++i) data += static_cast<char>(7 * length + i);
-        const std::string digest = digest_of(data, 1000);
-        digests += digest;
-        for (const std::size_t piece : {1, 17, 63, 64, 65})
-            ASSERT_EQ(digest_of(data, piece), digest) << length << ' ' << piece;
+        digests += digest_of(data);
+        for (const std::size_t piece : {1, 17, 63, 65, 1000})
+            ASSERT_TRUE(digests.ends_with(digest_of(data, piece))) << length << ' ' << piece;
     }
-    EXPECT_EQ(hex_of(digests), "62013C86FAD7C16561532885A846DE08");
+    EXPECT_EQ(digest_of(digests), "1EE6F1793ECF7C24A3CE1CC52973E843");
 }
 
 TEST(Md5, DigestsFiles) {
@@ -62,7 +55,7 @@ TEST(Md5, DigestsFiles) {
         std::string bytes;  // CR, LF and end-of-text characters among them
         for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(i * i >> 3);
         movane_tests::write_file(path, bytes);
-        EXPECT_EQ(digest(path, 0), hex_of(bytes));
+        EXPECT_EQ(digest(path, 0), digest_of(bytes));
     }
     // The last one, where a system has it, claims to be larger than what can be read of it.
     for (const std::string& bad : {directory / "none", directory / "", std::string(),
