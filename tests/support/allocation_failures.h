@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace movane_tests {
 
@@ -44,6 +45,28 @@ void check_every_allocation_failure(const char* call, const std::string& message
             ASSERT_LT(passes, kGiveUp);
         }
     }
+}
+
+/// The same for a call whose allocations have different messages, here in the order in which they
+/// are made.
+template <class Attempt>
+void check_every_allocation_failure(const char* call, const std::vector<std::string>& messages,
+                                    Attempt attempt) {
+    std::size_t refusals = 0;
+    check_every_allocation_failure(call, "", [&] {
+        const bool succeeded = attempt();
+        EXPECT_EQ(MessageCapture::take(), succeeded ? "" : messages.at(refusals));
+        refusals = succeeded ? 0 : refusals + 1;
+        EXPECT_LT(refusals, messages.size() + 1);
+        return succeeded;
+    });
+}
+
+/// Releases what a call made, and tells whether it made anything.
+template <class Record, class Result>
+bool made(Record* record, Result (*kill)(Record*)) {
+    kill(record);
+    return record != nullptr;
 }
 
 }  // namespace movane_tests

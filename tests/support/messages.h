@@ -3,6 +3,8 @@
 
 #include "movane/foundation.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace movane_tests {
@@ -40,6 +42,14 @@ std::string outcome_of(Call call) {
     const int result         = call();
     const std::string posted = MessageCapture::take();
     return std::to_string(result) + (posted.empty() ? "" : " " + posted);
+}
+
+/// Expects what a call gives when it fails and, from a MessageCapture that was alive, what it
+/// posts.
+template <class Result, class Failure>
+void expect_failed(const Result& result, const Failure& failure, const std::string& message) {
+    EXPECT_EQ(result, failure) << message;
+    EXPECT_EQ(MessageCapture::take(), message);
 }
 
 }  // namespace movane_tests
