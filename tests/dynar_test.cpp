@@ -2,6 +2,7 @@
 
 #include "movane/foundation.h"
 
+#include "support/handle.h"
 #include "support/messages.h"
 
 #include <gtest/gtest.h>
@@ -10,13 +11,12 @@
 #include <map>
 #include <random>
 
-namespace {
-
-using movane_tests::message_of;
+using namespace movane_tests;
 
 TEST(Dynar, KeepsWhatWasWrittenAndZeroesTheRest) {
     for (const int growth : {0, 1, 7}) {
-        movane_dynar* array = dynar_new(sizeof(int), growth);
+        const Handle array(dynar_new(sizeof(int), growth), dynar_kill);
+        EXPECT_EQ(dynar_nr_items(array), 0);
         std::map<int, int> model;
         std::mt19937 random(2);
         for (int i = 1; i < 300; ++i) {
@@ -28,39 +28,29 @@ TEST(Dynar, KeepsWhatWasWrittenAndZeroesTheRest) {
         }
         for (const auto& [index, value] : model)
             ASSERT_EQ(*static_cast<int*>(dynar_ptr(array, index)), value);
-        EXPECT_EQ(dynar_kill(array), nullptr);
     }
 }
 
 TEST(Dynar, GrowsByItsStepBeyondTheTouchedIndex) {
-    movane_dynar* array = dynar_new(4, 0);
-    EXPECT_EQ(dynar_nr_items(array), 0);
-    void* first = dynar_ptr(array, 0);
-    EXPECT_EQ(dynar_nr_items(array), 1);
-    EXPECT_EQ(dynar_ptr(array, 9), static_cast<char*>(first) + 36);  // ten slots at once
-    EXPECT_EQ(dynar_ptr(array, 0), first);
-    void* moved = dynar_ptr(array, 25);
-    EXPECT_EQ(dynar_nr_items(array), 26);
-    EXPECT_EQ(dynar_ptr(array, 34), static_cast<char*>(moved) + 36);  // 35 slots
-    dynar_kill(array);
+    const Handle array(dynar_new(1, 0), dynar_kill);
+    for (const int touched : {0, 25}) {
+        const char* const element = static_cast<char*>(dynar_ptr(array, touched));
+        EXPECT_EQ(dynar_nr_items(array), touched + 1);
+        EXPECT_EQ(dynar_ptr(array, touched + 9), element + 9);  // there already
+    }
 }
 
 TEST(Dynar, RefusesWhatCannotBe) {
-    movane_dynar* array = dynar_new(4, 0);
-    EXPECT_EQ(message_of([&] { EXPECT_EQ(dynar_ptr(array, -1), nullptr); }),
-              "dynar_ptr: illegal index");
+    const MessageCapture posted;
+    const Handle array(dynar_new(4, 0), dynar_kill);
+    expect_failed(dynar_ptr(array, -1), nullptr, "dynar_ptr: illegal index");
     for (const int size : {0, -1})
-        EXPECT_EQ(message_of([&] { EXPECT_EQ(dynar_new(size, 1), nullptr); }),
-                  "dynar_new: Unable to create new dynar");
-    EXPECT_EQ(dynar_kill(nullptr), nullptr);
-    dynar_kill(array);
+        expect_failed(Handle(dynar_new(size, 1), dynar_kill), nullptr,
+                      "dynar_new: Unable to create new dynar");
 }
 
 TEST(DynarDeathTest, EndsTheProcessWhenItCannotGrow) {
-    movane_dynar* array = dynar_new(INT_MAX, 5);
+    const Handle array(dynar_new(INT_MAX, 5), dynar_kill);
     EXPECT_EXIT(dynar_ptr(array, INT_MAX - 4), testing::ExitedWithCode(1),
                 "ERROR  : dynar_ptr: memory allocation failed");
-    dynar_kill(array);
 }
-
-}  // namespace

@@ -7,182 +7,131 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 namespace {
 
+using namespace movane_tests;
+
+using movane::testing::end_refusals;
+using movane::testing::refuse_allocations_after;
 using movane::testing::Shortage;
-using movane_tests::check_every_allocation_failure;
-using movane_tests::MessageCapture;
 
 TEST(FoundationWithoutMemory, CreationReportsAndLeavesNothing) {
     check_every_allocation_failure("list_new", "list_new : Not enough resources to create list",
-                                   [] {
-                                       movane_list* list = list_new(5, 8, nullptr);
-                                       list_kill(list);
-                                       return list != nullptr;
-                                   });
-    check_every_allocation_failure("dynar_new", "dynar_new: Unable to create new dynar", [] {
-        movane_dynar* array = dynar_new(8, 1);
-        dynar_kill(array);
-        return array != nullptr;
-    });
-}
-
-TEST(FoundationWithoutMemory, QueuesAndCachesReportAndLeaveNothing) {
+                                   [] { return made(list_new(5, 8, nullptr), list_kill); });
+    check_every_allocation_failure("dynar_new", "dynar_new: Unable to create new dynar",
+                                   [] { return made(dynar_new(8, 1), dynar_kill); });
     check_every_allocation_failure("itemfifo_new", "itemfifo_new: Unable to create new itemfifo",
-                                   [] {
-                                       movane_itemfifo* fifo = itemfifo_new(8, 1);
-                                       itemfifo_kill(fifo);
-                                       return fifo != nullptr;
-                                   });
-    check_every_allocation_failure("itemfifo_put", "", [] {
-        movane_itemfifo* fifo = itemfifo_new(sizeof(int), 2);
-        if (!fifo) return false;
-        int queued = 0;
-        while (queued < 5 && itemfifo_put(fifo, &queued)) ++queued;
-        const bool put = queued == 5;
-        if (!put) {
-            EXPECT_EQ(MessageCapture::take(), "itemfifo_put: unable to create new partition");
-        }
-        EXPECT_EQ(itemfifo_nr_items(fifo), queued);
-        for (int i = 0, item = -1; i < queued - 1; ++i) {
-            EXPECT_EQ(itemfifo_get(fifo, &item), 1);
-            EXPECT_EQ(item, i);
-        }
-        itemfifo_kill(fifo);
-        return put;
-    });
+                                   [] { return made(itemfifo_new(8, 1), itemfifo_kill); });
     check_every_allocation_failure("cache_new", "cache_new: not enough resources", [] {
-        movane_cache* cache = cache_new(3, 4, 5, nullptr, nullptr, nullptr);
-        cache_kill(cache);
-        return cache != nullptr;
+        return made(cache_new(3, 4, 5, nullptr, nullptr, nullptr), cache_kill);
     });
     if (sizeof(std::size_t) == sizeof(int)) {  // else every pool's size fits
+        const MessageCapture posted;
         const long blocks = movane::testing::live_blocks();
-        EXPECT_EQ(movane_tests::message_of([] {
-                      EXPECT_EQ(cache_new(1, 65536, 65537, nullptr, nullptr, nullptr), nullptr);
-                  }),
-                  "cache_new: not enough resources");
+        expect_failed(cache_new(1, 65536, 65537, nullptr, nullptr, nullptr), nullptr,
+                      "cache_new: not enough resources");
         EXPECT_EQ(movane::testing::live_blocks(), blocks);
     }
 }
 
 // The first byte of a string store is a dynamic array's growth, which ends the process; all other
 // allocations of a hash table are refused here one by one.
-TEST(FoundationWithoutMemory, HashTablesReportAndLeaveNothing) {
-    const auto make = [] {
-        int size = -1;
-        movane_hash_tab* table =
-            hash_tab_new(10, -1, -2, nullptr, nullptr, nullptr, nullptr, &size);
-        EXPECT_EQ(size, table ? 13 : 0);
-        return table;
-    };
-    const auto import = [] {
-        const unsigned char slots[6 * 13] = {};
-        return hash_tab_newset(nullptr, 13, -1, -2, nullptr, nullptr, nullptr, slots, "a", 2, "b",
-                               2);
-    };
-    const std::string no_slots = "Hash_tab_new : allocation of table failed nr_items = 13";
-    const std::string no_store = "dynar_new: Unable to create new dynar";
-    const struct {
-        int passes;
-        std::string message;
-    } refusals[] = {{0, "Hash_tab_new : allocation failed"},
-                    {1, no_slots},
-                    {2, no_slots},
-                    {3, no_store},
-                    {5, no_store}};
-    for (const auto& [passes, message] : refusals) {
-        for (const Shortage shortage : {Shortage::passing, Shortage::lasting}) {
-            const long blocks   = movane::testing::live_blocks();
-            const auto refusing = [&, passes = passes](auto create) {
-                return movane_tests::message_of([&] {
-                    movane::testing::refuse_allocations_after(passes, shortage);
-                    EXPECT_EQ(create(), nullptr);
-                    EXPECT_GE(movane::testing::end_refusals(), 1);
-                });
-            };
-            EXPECT_EQ(refusing(make), message);
-            EXPECT_EQ(refusing(import), message);
-            EXPECT_EQ(movane::testing::live_blocks(), blocks);
+TEST(FoundationWithoutMemoryDeathTest, HashTablesReportAndLeaveNothing) {
+    using Make                 = movane_hash_tab* (*)();
+    const Make makes[]         = {[] {
+                              int size;
+                              return hash_tab_new(10, -1, -2, nullptr, nullptr, nullptr, nullptr,
+                                                          &size);
+                          },
+                                  [] {
+                              const char slots[6 * 13] = {};
+                              return hash_tab_newset(nullptr, 13, -1, -2, nullptr, nullptr, nullptr,
+                                                             slots, "a", 2, "b", 2);
+                          }};
+    const std::string no_slots = "Hash_tab_new : allocation of table failed nr_items = 13",
+                      no_store = "dynar_new: Unable to create new dynar";
+    const std::map<int, std::string> refusals = {{0, "Hash_tab_new : allocation failed"},
+                                                 {1, no_slots},
+                                                 {2, no_slots},
+                                                 {3, no_store},
+                                                 {5, no_store}};
+    const MessageCapture posted;
+    const long blocks = movane::testing::live_blocks();
+    for (const Make make : makes) {
+        for (const auto& [passes, message] : refusals) {
+            for (const Shortage shortage : {Shortage::passing, Shortage::lasting}) {
+                refuse_allocations_after(passes, shortage);
+                expect_failed(make(), nullptr, message);
+                EXPECT_EQ(movane::testing::live_blocks(), blocks);
+            }
         }
+        refuse_allocations_after(4, Shortage::passing);
+        EXPECT_EXIT(make(), testing::ExitedWithCode(1),
+                    "ERROR  : dynar_ptr: memory allocation failed");
+        refuse_allocations_after(7, Shortage::lasting);  // all that there are
+        EXPECT_TRUE(made(make(), hash_tab_kill));
+        EXPECT_EQ(end_refusals(), 0);
     }
-    movane::testing::refuse_allocations_after(7, Shortage::lasting);  // all that there are
-    movane_hash_tab* table = make();
-    EXPECT_EQ(movane::testing::end_refusals(), 0);
-    hash_tab_kill(table);
 }
 
-TEST(FoundationWithoutMemory, ListGrowthReportsAndChangesNothing) {
+TEST(FoundationWithoutMemory, GrowthReportsAndChangesNothing) {
+    check_every_allocation_failure("itemfifo_put", "", [] {
+        movane_itemfifo* const fifo = itemfifo_new(sizeof(int), 2);
+        if (!fifo) return false;
+        int queued = 0;
+        while (queued < 5 && itemfifo_put(fifo, &queued)) ++queued;
+        EXPECT_EQ(MessageCapture::take(),
+                  queued == 5 ? "" : "itemfifo_put: unable to create new partition");
+        EXPECT_EQ(itemfifo_nr_items(fifo), queued);
+        for (int i = 0, item = -1; i < queued; ++i) {
+            EXPECT_EQ(itemfifo_get(fifo, &item), 1);
+            EXPECT_EQ(item, i);
+        }
+        return made(fifo, itemfifo_kill) && queued == 5;
+    });
     const double value     = 1.0;
-    using Growth           = int (*)(movane_list*, const double*);
+    using Growth           = int (*)(movane_list*, const void*);
     const Growth growths[] = {
-        [](movane_list* list, const double* x) { return list_insert(list, x); },
-        [](movane_list* list, const double* x) { return list_insert_index(list, x, 9, 1); },
-        [](movane_list* list, const double*) { return list_alloc(list, 9); },
-    };
+        list_insert,
+        [](movane_list* list, const void* x) { return list_insert_index(list, x, 9, 1); },
+        [](movane_list* list, const void*) { return list_alloc(list, 9); }};
     for (const Growth grow : growths) {
         check_every_allocation_failure("list growth", "", [&] {
-            movane_list* list = list_new(1, sizeof value, xsort_int);
+            movane_list* const list = list_new(1, sizeof value, xsort_int);
             if (!list) return false;
             list_insert(list, &value);
             const bool grown = grow(list, &value) >= 0;
-            if (!grown) {
-                EXPECT_EQ(MessageCapture::take(),
-                          "list_insert : Unable to extend list, insufficient resources");
-                EXPECT_EQ(list_num(list), 1);
-                EXPECT_EQ(*static_cast<double*>(list_get_element(list, 0)), value);
-            }
-            list_kill(list);
-            return grown;
+            if (!grown)
+                expect_failed(list_num(list), 1,
+                              "list_insert : Unable to extend list, insufficient resources");
+            EXPECT_EQ(*static_cast<double*>(list_get_element(list, 0)), value);
+            return made(list, list_kill) && grown;
         });
     }
 }
 
-TEST(FoundationWithoutMemory, AFailedCollectionKeepsThePreviousMode) {
+TEST(FoundationWithoutMemory, TheReporterStaysUsable) {
     error_set(3);
     for (const int passes : {0, 1}) {
-        movane::testing::refuse_allocations_after(passes, Shortage::lasting);
+        refuse_allocations_after(passes, Shortage::lasting);
         EXPECT_EQ(error_set(2), 3);
-        movane::testing::end_refusals();
+        end_refusals();
         EXPECT_EQ(error_get(), nullptr);  // the list's own message is dropped
         error_mess_fl("kept", "", 0);
         EXPECT_STREQ(error_get(), "ERROR : kept");
     }
-    EXPECT_EQ(error_set(1), 3);
-}
-
-TEST(FoundationWithoutMemory, AFullCollectionLosesTheMessageOnly) {
-    error_set(2);
+    EXPECT_EQ(error_set(2), 3);
     for (int i = 0; i < 50; ++i) error_mess_fl(std::to_string(100 + i).c_str(), "", 0);
-    movane::testing::refuse_allocations_after(0, Shortage::lasting);
+    refuse_allocations_after(0, Shortage::lasting);
     error_mess_fl("999", "", 0);
-    EXPECT_EQ(movane::testing::end_refusals(), 1);
+    EXPECT_EQ(end_refusals(), 1);
     EXPECT_STREQ(error_get(), "ERROR : 149");
     error_mess_fl("now there is room", "", 0);
     EXPECT_STREQ(error_get(), "ERROR : now there is room");
     error_set(1);
-}
-
-TEST(FoundationWithoutMemoryDeathTest, AnArrayThatCannotGrowEndsTheProcess) {
-    EXPECT_EXIT(
-        {
-            movane_dynar* array = dynar_new(8, 1);
-            movane::testing::refuse_allocations_after(0, Shortage::passing);
-            dynar_ptr(array, 3);
-        },
-        testing::ExitedWithCode(1), "ERROR  : dynar_ptr: memory allocation failed");
-}
-
-TEST(FoundationWithoutMemoryDeathTest, AStringStoreThatCannotGrowEndsTheProcess) {
-    EXPECT_EXIT(
-        {
-            int size = 0;
-            movane::testing::refuse_allocations_after(4, Shortage::passing);
-            hash_tab_new(10, -1, 4, nullptr, nullptr, nullptr, nullptr, &size);
-        },
-        testing::ExitedWithCode(1), "ERROR  : dynar_ptr: memory allocation failed");
 }
 
 TEST(Runtime, FillsTemplatesWithinTheLine) {
@@ -193,6 +142,51 @@ TEST(Runtime, FillsTemplatesWithinTheLine) {
     EXPECT_STREQ(line, "no placeholder 100%s");
     fmtstr(line, "''#", std::string(510, 'x').c_str(), "yz", 7);
     EXPECT_EQ(std::string(line), std::string(510, 'x') + "y");
+}
+
+// --- object lists ------------------------------------------------------------------------------
+
+struct Factory : TObjFac {
+    using TObjFac::GetRefc;
+    using TObjFac::IncrRefc;
+    TObjEl* TObjFacCreateEl(void* object) override { return new TObjEl(object); }
+};
+
+template <class Object>
+bool deleted(Object* object) {
+    delete object;
+    return object != nullptr;
+}
+
+TEST(FoundationWithoutMemory, NewOfItsClassesGivesNull) {
+    const std::vector<std::string> silent(1);
+    check_every_allocation_failure("TList", silent, [] { return deleted(new TList); });
+    check_every_allocation_failure("TObjList", silent, [] { return deleted(new TObjList); });
+    check_every_allocation_failure("TObjEl", silent, [] { return deleted(new TObjEl(nullptr)); });
+    check_every_allocation_failure("TCriticSect", silent,
+                                   [] { return deleted(new TCriticSect("lock", 1)); });
+}
+
+TEST(FoundationWithoutMemory, AFactoryStaysUsable) {
+    char object, name[8];
+    check_every_allocation_failure("TObjFac", "", [&] {
+        auto* const factory = new Factory;
+        if (!factory) return false;
+        const bool has_list = factory->ErrNo() != 1;
+        EXPECT_EQ(factory->IncrRefc(&object), 0);
+        const bool is_registered = factory->GetNrObj() == 1;
+        EXPECT_LE(is_registered, has_list);
+        EXPECT_EQ(factory->GetRefc(&object), is_registered);
+        EXPECT_EQ(factory->ScanObject(1), is_registered ? &object : nullptr);
+        EXPECT_EQ(factory->GetCurrentScanObject() != nullptr, is_registered);
+        EXPECT_EQ(factory->SetCurrentScanObject(nullptr) + factory->ScanReset(), 0);
+        const bool has_names = factory->MakeRandomName("", name, sizeof name) == 0;
+        EXPECT_EQ(MessageCapture::take(), has_names ? "" : "Random_new : allocation failed");
+        factory->RemoveFromFactory(&object);
+        factory->DecrRefc(&object);
+        EXPECT_EQ(factory->GetNrObj(), 0);
+        return deleted(factory) && is_registered && has_names;
+    });
 }
 
 }  // namespace

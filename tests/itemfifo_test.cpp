@@ -2,6 +2,7 @@
 
 #include "movane/foundation.h"
 
+#include "support/handle.h"
 #include "support/messages.h"
 
 #include <gtest/gtest.h>
@@ -9,20 +10,18 @@
 #include <climits>
 #include <queue>
 #include <random>
+#include <utility>
 
-namespace {
-
-using movane_tests::message_of;
+using namespace movane_tests;
 
 TEST(ItemFifo, QueuesLikeAQueue) {
     for (const int partition : {0, 1, 3}) {
-        movane_itemfifo* fifo = itemfifo_new(sizeof(double), partition);
+        const Handle fifo(itemfifo_new(sizeof(double), partition), itemfifo_kill);
         std::queue<double> model;
         std::mt19937 random(5);
         for (int i = 0; i < 3000; ++i) {
             // Bursts in and out, so that partitions come and go and the queue runs empty.
-            const bool puts = random() % 4 < (i / 50 % 2 == 0 ? 3u : 1u);
-            if (puts) {
+            if (random() % 4 < (i / 50 % 2 == 0 ? 3U : 1U)) {
                 const double item = i;
                 model.push(item);
                 ASSERT_EQ(itemfifo_put(fifo, &item), 1);
@@ -34,18 +33,14 @@ TEST(ItemFifo, QueuesLikeAQueue) {
             }
             ASSERT_EQ(itemfifo_nr_items(fifo), static_cast<int>(model.size()));
         }
-        EXPECT_EQ(itemfifo_kill(fifo), 0);
     }
 }
 
 TEST(ItemFifo, RefusesItemsThatCannotBe) {
-    const struct {
-        int size, items;
-    } rows[] = {{0, 1}, {-1, 1}, {INT_MIN, 0}, {INT_MAX, 2}, {65536, 32768}, {INT_MAX / 10 + 1, 0}};
-    for (const auto& row : rows)
-        EXPECT_EQ(message_of([&] { EXPECT_EQ(itemfifo_new(row.size, row.items), nullptr); }),
-                  "itemfifo_new: Unable to create new itemfifo");
-    EXPECT_EQ(itemfifo_kill(nullptr), 0);
+    const MessageCapture posted;
+    const std::pair<int, int> rows[] = {
+        {0, 1}, {-1, 1}, {INT_MAX, 2}, {65536, 32768}, {INT_MAX / 10 + 1, 0}};
+    for (const auto& [size, items] : rows)
+        expect_failed(Handle(itemfifo_new(size, items), itemfifo_kill), nullptr,
+                      "itemfifo_new: Unable to create new itemfifo");
 }
-
-}  // namespace

@@ -2,237 +2,150 @@
 
 #include "movane/foundation.h"
 
+#include "support/handle.h"
 #include "support/messages.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
-#include <memory>
 #include <random>
 #include <vector>
 
 namespace {
 
-using movane_tests::message_of;
+using namespace movane_tests;
 
-constexpr char kNoRoom[] = "list_insert : Unable to extend list, insufficient resources";
+using List = Handle<movane_list, movane_list*>;
 
-struct Kill {
-    void operator()(movane_list* list) const { EXPECT_EQ(list_kill(list), nullptr); }
-};
-using List = std::unique_ptr<movane_list, Kill>;
-
-// Elements with a payload, so that a test sees which of two equal keys it got.
-struct Pair {
-    int key, serial;
-    bool operator==(const Pair&) const = default;
-};
-
-int key_of(const void* pair) { return static_cast<const Pair*>(pair)->key; }
+// Elements are 1000 times their key and a serial number: a test sees which of two equals it got.
+int key_of(const void* element) { return *static_cast<const int*>(element) / 1000; }
 int greater(const void* element, const void* key) { return key_of(element) > key_of(key); }
-int greater_or_equal(const void* element, const void* key) {
-    return key_of(element) >= key_of(key);
-}
+int not_less(const void* element, const void* key) { return key_of(element) >= key_of(key); }
 int differs(const void* element, const void* key) { return key_of(element) != key_of(key); }
 
-std::vector<Pair> contents(const movane_list* list) {
-    std::vector<Pair> all(static_cast<std::size_t>(list_num(list)));
-    for (std::size_t i = 0; i < all.size(); ++i)
-        std::memcpy(&all[i], list_get_element(list, static_cast<int>(i)), sizeof(Pair));
-    return all;
+List list_of(int initial, const std::vector<int>& elements, list_predicate ordering = nullptr) {
+    List list(list_new(initial, sizeof(int), ordering), list_kill);
+    for (const int element : elements) list_insert(list, &element);
+    return list;
+}
+
+std::vector<int> contents(const List& list) {
+    const auto* const first = static_cast<const int*>(list_get_element(list, 0));
+    return {first, first + list_num(list)};
 }
 
 TEST(List, InsertsRemovesAndFindsLikeAPlainVector) {
-    for (const list_predicate ordering :
-         {list_predicate{nullptr}, list_predicate{greater}, list_predicate{greater_or_equal}}) {
+    for (const list_predicate ordering : {list_predicate{nullptr}, {greater}, {not_less}}) {
         std::mt19937 random(1);
-        const List list(list_new(3, sizeof(Pair), ordering));
-        std::vector<Pair> model;
+        const List list = list_of(3, {}, ordering);
+        std::vector<int> model{0};
+        list_insert(list, &model[0]);
         for (int serial = 0; serial < 600; ++serial) {
-            const Pair pair{static_cast<int>(random() % 40), serial};
-            auto border = model.end();
-            if (ordering)
-                border = std::find_if(model.begin(), model.end(),
-                                      [&](const Pair& p) { return ordering(&p, &pair) != 0; });
-            const int position = static_cast<int>(border - model.begin());
+            const int element   = static_cast<int>(random() % 40) * 1000 + serial;
+            const auto equals   = [&](int e) { return !differs(&e, &element); };
+            const auto is_after = [&](int e) { return ordering && ordering(&e, &element); };
+            const auto border   = std::find_if(model.begin(), model.end(), is_after);
+            const auto position = border - model.begin();
+            EXPECT_EQ(list_pos(list, &element), position);
 
-            EXPECT_EQ(list_pos(list.get(), &pair), position);
             // A sorted list looks at the border only, a plain one at every element.
-            int found = -1;
-            if (ordering) {
-                if (border != model.end() && !differs(&*border, &pair)) found = position;
-            } else {
-                for (int i = 0; i < position && found < 0; ++i)
-                    if (model[static_cast<std::size_t>(i)].key == pair.key) found = i;
-            }
-            EXPECT_EQ(list_search_el(list.get(), &pair, differs), found);
+            auto match = ordering ? border : std::find_if(model.begin(), model.end(), equals);
+            if (match != model.end() && !equals(*match)) match = model.end();
+            EXPECT_EQ(list_search_el(list, &element, differs),
+                      match == model.end() ? -1 : match - model.begin());
 
-            if (random() % 3 == 0 && !model.empty()) {
-                const int victim = static_cast<int>(random() % model.size());
-                model.erase(model.begin() + victim);
-                EXPECT_EQ(list_rem_element(list.get(), victim), 0);
+            const auto low    = static_cast<int>(random() % model.size());
+            const auto high   = static_cast<int>(random() % model.size());
+            const auto behind = model.begin() + std::max(low, high + 1);
+            const auto part   = std::find_if(model.begin() + low, behind, is_after);
+            EXPECT_EQ(list_pos_range(list, &element, low, high, ordering),
+                      ordering ? part - model.begin() : std::ssize(model));
+
+            if (random() % 3 == 0 && model.size() > 1) {
+                EXPECT_EQ(list_rem_element(list, low), 0);
+                model.erase(model.begin() + low);
             } else {
-                model.insert(border, pair);
-                EXPECT_EQ(list_insert(list.get(), &pair), position);
+                EXPECT_EQ(list_insert(list, &element), position);
+                model.insert(border, element);
             }
-            ASSERT_EQ(contents(list.get()), model);
+            ASSERT_EQ(contents(list), model);
         }
     }
-}
-
-TEST(List, BisectsAnyPartOfASortedList) {
-    const List list(list_new(0, sizeof(Pair), greater));
-    for (const int key : {1, 1, 2, 4, 4, 4, 7}) {
-        const Pair pair{key, 0};
-        list_insert(list.get(), &pair);
-    }
-    for (int low = 0; low < 7; ++low) {
-        for (int high = low; high < 7; ++high) {
-            for (int key = 0; key <= 8; ++key) {
-                const Pair pair{key, 0};
-                int expected = low;
-                while (expected <= high && key_of(list_get_element(list.get(), expected)) <= key)
-                    ++expected;
-                EXPECT_EQ(list_pos_range(list.get(), &pair, low, high, greater), expected);
-            }
-        }
-    }
-    const Pair pair{4, 0};
-    EXPECT_EQ(list_pos_range(list.get(), &pair, 5, 2, greater), 5);
-    EXPECT_EQ(list_pos_range(list.get(), &pair, 0, 3, nullptr), 7);
-    EXPECT_EQ(list_pos_range(List(list_new(0, 8, nullptr)).get(), &pair, 3, 5, greater), 0);
 }
 
 TEST(List, FillsSlotsByIndex) {
-    const auto filled = [](int index, int mode) {
-        List list(list_new(4, sizeof(Pair), nullptr));
-        for (int i = 0; i < 3; ++i) {
-            const Pair pair{i, 0};
-            list_insert(list.get(), &pair);
-        }
-        const Pair pair{9, 0};
-        EXPECT_EQ(list_insert_index(list.get(), &pair, index, mode), index);
-        return contents(list.get());
-    };
-    using Contents = std::vector<Pair>;
-    EXPECT_EQ(filled(1, 1), (Contents{{0, 0}, {9, 0}, {1, 0}, {2, 0}}));
-    EXPECT_EQ(filled(1, -1), (Contents{{1, 0}, {9, 0}, {2, 0}, {0, 0}}));  // the count rises too
-    EXPECT_EQ(filled(1, 0), (Contents{{0, 0}, {9, 0}, {2, 0}, {0, 0}}));
-    EXPECT_EQ(filled(3, 1), (Contents{{0, 0}, {1, 0}, {2, 0}, {9, 0}}));
-    EXPECT_EQ(filled(7, 0).size(), 4u);
-    EXPECT_EQ(filled(7, 0)[3], (Pair{0, 0}));  // never written
-
-    // Beyond the end the list grows to the touched slot and one step more, keeping what counts.
-    const List list(list_new(4, sizeof(Pair), nullptr));
-    const Pair pair{5, 5};
-    EXPECT_EQ(list_insert_index(list.get(), &pair, 0, 0), 0);
-    EXPECT_EQ(list_insert_index(list.get(), &pair, 6, 0), 6);
-    for (int i = 2; i < 11; ++i) EXPECT_EQ(list_insert_index(list.get(), &pair, i, 0), i);
-    EXPECT_EQ(contents(list.get())[10], pair);
-
-    EXPECT_EQ(message_of([&] { EXPECT_EQ(list_insert_index(list.get(), &pair, -1, 1), -1); }), "");
-    EXPECT_EQ(list_num(list.get()), 11);
-}
-
-TEST(List, ChecksIndices) {
-    const List list(list_new(0, sizeof(Pair), nullptr));
-    const Pair first{1, 1}, second{2, 2};
-    list_insert(list.get(), &first);
-
-    EXPECT_EQ(list_changep(list.get(), 0, &second), 0);
-    EXPECT_EQ(contents(list.get())[0], second);
-    for (const int index : {-1, 1, 70000}) {
-        EXPECT_EQ(message_of([&] { EXPECT_EQ(list_changep(list.get(), index, &first), -1); }),
-                  "list_changep : index out of bound");
-        EXPECT_EQ(list_rem_element(list.get(), index), 0);
-        EXPECT_EQ(list_get_element(list.get(), index), nullptr);
+    // The count rises in every mode, and counted slots may be such as were never written.
+    const struct {
+        int index, mode, result;
+        std::vector<int> contents;
+    } rows[]          = {{1, 1, 1, {7, 9, 8, 6}}, {1, -1, 1, {8, 9, 6, 0}}, {1, 0, 1, {7, 9, 6, 0}},
+                         {3, 1, 3, {7, 8, 6, 9}}, {7, 0, 7, {7, 8, 6, 0}},  {-1, 1, -1, {7, 8, 6}}};
+    const int element = 9;
+    for (const auto& row : rows) {
+        const List list = list_of(4, {7, 8, 6});
+        EXPECT_EQ(list_insert_index(list, &element, row.index, row.mode), row.result);
+        EXPECT_EQ(contents(list), row.contents) << row.index << " in mode " << row.mode;
     }
-    EXPECT_EQ(contents(list.get()), std::vector<Pair>{second});
-
-    EXPECT_EQ(list_num(nullptr), 0);
-    EXPECT_EQ(list_kill(nullptr), nullptr);
-    EXPECT_EQ(list_get_num(list.get()), 1);
-    EXPECT_EQ(list_get_ext(list.get()), 10);
-    EXPECT_EQ(list_get_el_size(list.get()), static_cast<int>(sizeof(Pair)));
-}
-
-TEST(List, StopsWhereItsCountersEnd) {
-    const auto refused = [](int initial, unsigned size) {
-        return message_of([&] { EXPECT_EQ(list_new(initial, size, nullptr), nullptr); });
-    };
-    EXPECT_EQ(refused(65536, 1), "list_new : Not enough resources to create list");
-    EXPECT_EQ(refused(1, 65536), "list_new : Not enough resources to create list");
-    EXPECT_NE(List(list_new(1, 65535, nullptr)), nullptr);
-
-    // The last step is cut short, so that exactly 65535 elements fit.
-    const List list(list_new(40000, 1, nullptr));
-    const unsigned char byte = 7;
-    for (int i = 0; i < 65535; ++i) ASSERT_EQ(list_insert(list.get(), &byte), i);
-    EXPECT_EQ(message_of([&] { EXPECT_EQ(list_insert(list.get(), &byte), -1); }), kNoRoom);
-    EXPECT_EQ(message_of([&] { EXPECT_EQ(list_insert_index(list.get(), &byte, 3, 0), -1); }),
-              kNoRoom);
-    EXPECT_EQ(message_of([&] { EXPECT_EQ(list_alloc(list.get(), 65536), -1); }), kNoRoom);
-    EXPECT_EQ(list_num(list.get()), 65535);
-
-    const List sparse(list_new(10, 1, nullptr));
-    EXPECT_EQ(message_of([&] { EXPECT_EQ(list_insert_index(sparse.get(), &byte, 65535, 0), -1); }),
-              kNoRoom);
-    EXPECT_EQ(list_insert_index(sparse.get(), &byte, 65534, 0), 65534);
-}
-
-// As many slots as there are move the elements, fewer leave them: that shows the capacity.
-bool has_capacity(movane_list* list, int slots) {
-    const void* before = list_get_element(list, 0);
-    list_alloc(list, slots - 1);
-    const bool has_as_many = list_get_element(list, 0) == before;
-    list_alloc(list, slots);
-    return has_as_many && list_get_element(list, 0) != before;
 }
 
 TEST(List, GrowsByItsStep) {
-    const Pair pair{1, 1};
-    const auto list_of = [&](int elements) {
-        List list(list_new(0, sizeof(Pair), nullptr));
-        for (int i = 0; i < elements; ++i) list_insert(list.get(), &pair);
-        return list;
-    };
-    EXPECT_TRUE(has_capacity(list_of(10).get(), 10));
-    EXPECT_TRUE(has_capacity(list_of(11).get(), 20));
-    const List touched = list_of(3);
-    list_insert_index(touched.get(), &pair, 14, 0);
-    EXPECT_TRUE(has_capacity(touched.get(), 25));
-    const List full = list_of(10);
-    list_insert_index(full.get(), &pair, 2, 1);
-    EXPECT_TRUE(has_capacity(full.get(), 20));
-    list_alloc(full.get(), 33);
-    EXPECT_TRUE(has_capacity(full.get(), 33));
+    const int element = 9;
+    const List full = list_of(0, std::vector<int>(11)), touched = list_of(7, {1, 2, 3});
+    list_insert_index(touched, &element, 14, 0);
+    for (const auto& [list, slots] : {std::pair<movane_list*, int>{full, 20}, {touched, 22}}) {
+        // As many slots as there are move the elements, fewer leave them.
+        const void* const before = list_get_element(list, 0);
+        EXPECT_EQ(list_alloc(list, slots - 1), 0);
+        EXPECT_EQ(list_get_element(list, 0), before);
+        EXPECT_EQ(list_alloc(list, slots), 0);
+        EXPECT_NE(list_get_element(list, 0), before);
+    }
+    EXPECT_EQ(list_get_ext(touched), 7);
+    EXPECT_EQ(list_get_num(touched), 4);
+    EXPECT_EQ(list_get_el_size(touched), 4);
 }
 
-TEST(List, MakesRoomAhead) {
-    const List list(list_new(10, sizeof(Pair), nullptr));
-    const Pair pair{1, 2};
-    list_insert(list.get(), &pair);
-    const void* before = list_get_element(list.get(), 0);
-    EXPECT_EQ(list_alloc(list.get(), 9), 0);
-    EXPECT_EQ(list_alloc(list.get(), -5), 0);
-    EXPECT_EQ(list_get_element(list.get(), 0), before);
-    EXPECT_EQ(list_alloc(list.get(), 10), 0);  // as many as there are: a new area all the same
-    EXPECT_NE(list_get_element(list.get(), 0), before);
-    EXPECT_EQ(list_alloc(list.get(), 500), 0);
-    EXPECT_EQ(contents(list.get()), std::vector<Pair>{pair});
-    EXPECT_EQ(list_get_ext(list.get()), 10);
+TEST(List, ChecksIndices) {
+    const MessageCapture posted;
+    const List list   = list_of(0, {1});
+    const int element = 9;
+    EXPECT_EQ(list_changep(list, 0, &element), 0);
+    for (const int index : {-1, 1, 70000}) {
+        expect_failed(list_changep(list, index, list), -1, "list_changep : index out of bound");
+        EXPECT_EQ(list_rem_element(list, index), 0);
+        EXPECT_EQ(list_get_element(list, index), nullptr);
+    }
+    EXPECT_EQ(contents(list), std::vector{element});
+    EXPECT_EQ(list_pos_range(list_of(0, {}), &element, 3, 5, greater), 0);
+    EXPECT_EQ(list_num(nullptr), 0);
+}
+
+TEST(List, StopsWhereItsCountersEnd) {
+    const MessageCapture posted;
+    constexpr char kNoRoom[] = "list_insert : Unable to extend list, insufficient resources";
+    // The last step is cut short, so that exactly 65535 elements fit.
+    const List full(list_new(40000, 1, nullptr), list_kill);
+    for (int i = 0; i < 65535; ++i) ASSERT_EQ(list_insert(full, "7"), i);
+    expect_failed(list_insert(full, "7"), -1, kNoRoom);
+    expect_failed(list_insert_index(full, "7", 3, 0), -1, kNoRoom);
+    expect_failed(list_alloc(full, 65536), -1, kNoRoom);
+    EXPECT_EQ(list_num(full), 65535);
+    const List small(list_new(10, 1, nullptr), list_kill);
+    expect_failed(list_insert_index(small, "7", 65535, 0), -1, kNoRoom);
+    EXPECT_EQ(list_insert_index(small, "7", 65534, 0), 65534);
+
+    EXPECT_NE(List(list_new(1, 65535, nullptr), list_kill), nullptr);
+    for (const auto& [initial, size] : {std::pair{65536, 1U}, {1, 65536U}})
+        expect_failed(List(list_new(initial, size, nullptr), list_kill), nullptr,
+                      "list_new : Not enough resources to create list");
 }
 
 TEST(List, OrdersDoublesWithTheReadyMadePredicate) {
-    const List list(list_new(0, sizeof(double), xsort_int));
-    std::vector<int> positions;
-    for (const double value : {3.0, 1.0, 2.0, 2.0})
-        positions.push_back(list_insert(list.get(), &value));
-    EXPECT_EQ(positions, (std::vector<int>{0, 0, 1, 2}));
-    const double nan = std::numeric_limits<double>::quiet_NaN(), one = 1.0;
-    EXPECT_EQ(xsort_int(&nan, &one) + xsort_int(&one, &nan) + xsort_int(&one, &one), 0);
+    const double nan = std::numeric_limits<double>::quiet_NaN(), one = 1.5, two = 2.5;
+    EXPECT_EQ(xsort_int(&two, &one), 1);
+    EXPECT_EQ(xsort_int(&one, &two) + xsort_int(&one, &one), 0);
+    EXPECT_EQ(xsort_int(&nan, &one) + xsort_int(&one, &nan), 0);
 }
 
 }  // namespace

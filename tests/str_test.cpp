@@ -1,107 +1,97 @@
-// The string helpers: comparison tables, and normalisation against what it must leave.
+// The string helpers against the standard library, on random texts of awkward characters.
 
 #include "movane/foundation.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
-struct Comparison {
-    const char* a;
-    const char* b;
-    int expected;
-};
+std::string random_text(std::mt19937& random, const std::string& alphabet, unsigned longest) {
+    std::string text(random() % (longest + 1), ' ');
+    for (char& c : text) c = alphabet[random() % alphabet.size()];
+    return text;
+}
 
-TEST(Str, ComparesWithoutCaseAsSignedCharacters) {
-    const Comparison rows[] = {
-        {"abc", "ABD", -1},
-        {"ab", "abc", -1},
-        {"ABC", "ab", 1},
-        {"aBc", "AbC", 0},
-        {"", "", 0},
-        {"", "a", -1},
-        {"a", "", 1},
-        {"a_", "aB", 1},  // "_" lies between the cases:
-                          // letters are folded upwards
-        {"ab", "ab\xe4", -1},
-        {"", "\xe4", -1},
-        {"\xe4", "a", -1},    // above 127: negative, hence below every letter
-        {"\xe4", "\xc4", 1},  // and never folded
-        {"z{", "Z[", 1},      // neighbours of the letters are not folded either
-        {"`", "@", 1},
-    };
-    for (const Comparison& row : rows) {
-        EXPECT_EQ(strcmp_ci(row.a, row.b), row.expected) << row.a << " " << row.b;
-        EXPECT_EQ(str_ins(row.a, row.b), row.expected >= 0) << row.a << " " << row.b;
-        EXPECT_EQ(chr_eq_ci(row.a[0], row.b[0]), strncmp_ci(row.a, row.b, 1) == 0);
+// Letters are folded upwards, and nothing else; characters above 127 are negative.
+std::vector<signed char> folded(const std::string& text) {
+    std::vector<signed char> all(text.begin(), text.end());
+    for (signed char& c : all)
+        if (c >= 'a' && c <= 'z') c = static_cast<signed char>(c - 'a' + 'A');
+    return all;
+}
+
+TEST(Str, ComparesAndFindsWithoutCaseAsSignedCharacters) {
+    std::mt19937 random(1);
+    for (int i = 0; i < 20000; ++i) {
+        // Behind the terminators they differ.
+        const std::string a    = random_text(random, "aAzZ_`{@[\xe4\xc4", 3) + '\0' + "x";
+        const std::string b    = random_text(random, "aAzZ_`{@[\xe4\xc4", 2) + '\0' + "y";
+        const char *const text = a.c_str(), *const other = b.c_str();
+        SCOPED_TRACE(std::string(text) + " and " + other);
+        const auto left = folded(text), right = folded(other);
+        const int order = (left > right) - (left < right);
+        EXPECT_EQ(strcmp_ci(text, other), order);
+        EXPECT_EQ(str_ins(text, other), order >= 0);
+        EXPECT_EQ(chr_eq_ci(*text, *other), folded({*text}) == folded({*other}));
+        for (int n = -1; n < 6; ++n) {
+            const auto length = static_cast<std::size_t>(std::max(n, 0));
+            const bool equal  = folded(std::string(text).substr(0, length)) ==
+                               folded(std::string(other).substr(0, length));
+            EXPECT_EQ(strncmp_ci(text, other, n), !equal) << n;
+        }
+        const auto place = std::string(text).find(other);
+        const auto place_ci =
+            std::search(left.begin(), left.end(), right.begin(), right.end()) - left.begin();
+        const bool is_found    = *text && place != std::string::npos;
+        const bool is_found_ci = *text && place_ci + right.size() <= left.size();
+        EXPECT_EQ(str_str(text, other), is_found ? text + place : nullptr);
+        EXPECT_EQ(strstr_ci(text, other), is_found_ci ? text + place_ci : nullptr);
     }
 }
 
-TEST(Str, ComparesBeginnings) {
-    EXPECT_EQ(strncmp_ci("abcX", "ABCy", 3), 0);
-    EXPECT_EQ(strncmp_ci("abcX", "ABCy", 4), 1);
-    EXPECT_EQ(strncmp_ci("x", "y", 0), 0);
-    EXPECT_EQ(strncmp_ci("x", "y", -1), 0);
-    EXPECT_EQ(strncmp_ci("ab\0x", "AB\0y", 4), 0);  // stops at the terminator
-    EXPECT_EQ(strncmp_ci("ab", "abc", 3), 1);
+std::string in_place(void (*normalise)(char*), std::string text) {
+    normalise(text.data());
+    return text.c_str();
 }
-
-TEST(Str, FindsTheFirstOccurrence) {
-    const char text[] = "one Two two";
-    EXPECT_EQ(str_str(text, "two"), text + 8);
-    EXPECT_EQ(strstr_ci(text, "two"), text + 4);
-    EXPECT_EQ(str_str(text, "three"), nullptr);
-    EXPECT_EQ(strstr_ci(text, "two two two"), nullptr);
-    EXPECT_EQ(str_str(text, ""), text);
-    EXPECT_EQ(strstr_ci(text, ""), text);
-    EXPECT_EQ(str_str("", ""), nullptr);
-    EXPECT_EQ(strstr_ci("", "x"), nullptr);
+std::string copied(void (*normalise)(const char*, char*), const std::string& text) {
+    char copy[32];
+    normalise(text.c_str(), copy);
+    return copy;
 }
 
 TEST(Str, NormalisesInPlaceAndIntoACopy) {
-    struct Row {
-        const char *text, *stripped, *lowered;
-    };
-    const Row rows[] = {
-        {" \t\r\n Ab  C\t \n", "Ab  C", "ab  c"},
-        {" \t\r\n", "", ""},
-        {"", "", ""},
-        {"X", "X", "x"},
-        {"\vX ", "\vX", "\vx"},
-        {"\xc4Z", "\xc4Z", "\xc4z"},
-    };
-    for (const Row& row : rows) {
-        char stripped[32], lowered[32];
-        normstr_wc_cp(row.text, stripped);
-        normstr_cp(row.text, lowered);
-        EXPECT_STREQ(stripped, row.stripped);
-        EXPECT_STREQ(lowered, row.lowered);
-
-        std::string in_place = row.text;
-        normstr_wc(in_place.data());
-        EXPECT_STREQ(in_place.c_str(), row.stripped);
-        in_place = row.text;
-        normstr(in_place.data());
-        EXPECT_STREQ(in_place.c_str(), row.lowered);
+    std::mt19937 random(2);
+    for (int i = 0; i < 5000; ++i) {
+        const std::string text = random_text(random, "   \t\r\n\vaAZ@[\xc4", 8);
+        std::string stripped =
+            text.substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+        stripped.erase(stripped.find_last_not_of(" \t\r\n") + 1);
+        std::string lowered = stripped, collapsed = text, blanks = text;
+        for (char& c : lowered)
+            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        while (collapsed.find("  ") != std::string::npos) collapsed.erase(collapsed.find("  "), 1);
+        EXPECT_EQ(in_place(normstr_wc, text), stripped);
+        EXPECT_EQ(copied(normstr_wc_cp, text), stripped);
+        EXPECT_EQ(in_place(normstr, text), lowered);
+        EXPECT_EQ(copied(normstr_cp, text), lowered);
+        EXPECT_EQ(str_remove_multiple_blanks(blanks.data()), 0);
+        EXPECT_STREQ(blanks.c_str(), collapsed.c_str());
     }
-
-    std::string blanks = "  a   b\t\t c ";
-    EXPECT_EQ(str_remove_multiple_blanks(blanks.data()), 0);
-    EXPECT_STREQ(blanks.c_str(), " a b\t\t c ");
 }
 
 TEST(Str, CopiesAtMostNCharactersAndTerminates) {
-    struct Row {
-        int n;
-        const char* expected;
-    };
-    for (const Row& row : {Row{2, "ab"}, Row{3, "abc"}, Row{9, "abc"}, Row{0, ""}, Row{-1, ""}}) {
-        char copy[16] = "~~~~~~~~~~~~~~~";
-        EXPECT_EQ(strncpy_w0(copy, "abc", row.n), 0);
-        EXPECT_STREQ(copy, row.expected);
-        EXPECT_EQ(copy[std::string(row.expected).size() + 1], '~') << "wrote past the terminator";
+    const std::pair<int, std::string> rows[] = {
+        {2, "ab"}, {3, "abc"}, {9, "abc"}, {0, ""}, {-1, ""}};
+    for (const auto& [n, expected] : rows) {
+        std::string copy(8, '~');
+        EXPECT_EQ(strncpy_w0(copy.data(), "abc", n), 0);
+        EXPECT_EQ(copy, expected + '\0' + std::string(7 - expected.size(), '~'));
     }
 }
 
@@ -109,23 +99,18 @@ TEST(Str, SplitsAtTheFirstSeparator) {
     char left[32] = "kept", right[32] = "kept";
     for (const int result : {strsplit("a b", '=', left, right), strsplit(nullptr, '=', left, right),
                              strsplit("a=b", '=', nullptr, right),
-                             strsplit("a=b", '=', left, nullptr), strsplit("a", 0, left, right)}) {
+                             strsplit("a=b", '=', left, nullptr), strsplit("a", 0, left, right)})
         EXPECT_EQ(result, 1);
-        EXPECT_STREQ(left, "kept");
-        EXPECT_STREQ(right, "kept");
-    }
-    EXPECT_EQ(strsplit(" name\t= a = b\r\n", '=', left, right), 0);
-    EXPECT_STREQ(left, "name");
-    EXPECT_STREQ(right, "a = b");
+    EXPECT_STREQ(left, "kept");
+    EXPECT_STREQ(right, "kept");
 
-    char text[] = "  key : value";
-    EXPECT_EQ(strsplit(text, ':', text, right), 0);  // either half may replace the text
-    EXPECT_STREQ(text, "key");
-    EXPECT_STREQ(right, "value");
-    char other[] = "  key : value";
-    EXPECT_EQ(strsplit(other, ':', left, other), 0);
-    EXPECT_STREQ(left, "key");
-    EXPECT_STREQ(other, "value");
+    char text[] = " name\t= a = b\r\n", other[] = " name\t= a = b\r\n";
+    EXPECT_EQ(strsplit(text, '=', text, right), 0);  // either half may replace the text
+    EXPECT_EQ(strsplit(other, '=', left, other), 0);
+    EXPECT_STREQ(text, "name");
+    EXPECT_STREQ(right, "a = b");
+    EXPECT_STREQ(left, "name");
+    EXPECT_STREQ(other, "a = b");
 }
 
 }  // namespace
