@@ -4,15 +4,7 @@
 
 #include "support/allocation_failures.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-namespace {
-
-using movane_tests::check_every_allocation_failure;
-using movane_tests::MessageCapture;
+using namespace movane_tests;
 
 TEST(DoubleSimplexWithoutMemory, EachAllocationHasItsMessage) {
     const std::string plain = "md_tetra_new: insufficient memory",
@@ -21,20 +13,7 @@ TEST(DoubleSimplexWithoutMemory, EachAllocationHasItsMessage) {
     // and the values.
     const std::vector<std::string> messages = {plain, plain, plain, plain, plain,
                                                cells, rest,  rest,  rest};
-    std::size_t next                        = 0;
-    check_every_allocation_failure("md_tetrad_new", "", [&] {
-        md_tetrad_table* table = md_tetrad_new(2, 1, 3, 0.0, 1.0);
-        const bool succeeded   = table != nullptr;
-        md_tetrad_kill(table);
-        if (succeeded) {
-            EXPECT_EQ(next, messages.size());
-            next = 0;
-        } else {
-            EXPECT_EQ(MessageCapture::take(), next < messages.size() ? messages[next] : "");
-            ++next;
-        }
-        return succeeded;
+    check_every_allocation_failure("md_tetrad_new", messages, [] {
+        return made(md_tetrad_new(2, 1, 3, 0.0, 1.0), md_tetrad_kill);
     });
 }
-
-}  // namespace

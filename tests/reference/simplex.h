@@ -23,44 +23,34 @@ struct Grid {
         return points * static_cast<std::uint64_t>(outputs);
     }
     std::size_t position(const Coordinates& point) const {
-        std::size_t number = 0;
-        for (const int coordinate : point)
-            number = number * static_cast<std::size_t>(grid + pad) +
-                     static_cast<std::size_t>(coordinate);
-        return number * static_cast<std::size_t>(outputs);
+        int number = 0;
+        for (const int coordinate : point) number = number * (grid + pad) + coordinate;
+        return static_cast<std::size_t>(number * outputs);
     }
 };
 
-/// Axes in descending order of weight. Up to four are sorted by fixed exchanges, more by a stable
+/// Axes in descending order of weight. Four are sorted by fixed exchanges, others by a stable
 /// sort; the difference shows among equal weights.
 template <class Weight>
 std::vector<std::size_t> sorted_axes(const std::vector<Weight>& weights) {
-    using Pairs                 = std::vector<std::pair<std::size_t, std::size_t>>;
-    const Pairs exchanges_of[5] = {{},
-                                   {},
-                                   {{0, 1}},
-                                   {{1, 2}, {0, 1}, {1, 2}},
-                                   {{0, 1}, {2, 3}, {0, 2}, {2, 3}, {1, 2}, {2, 3}}};
     std::vector<std::size_t> axes(weights.size());
     std::iota(axes.begin(), axes.end(), std::size_t{0});
-    if (axes.size() <= 4) {
-        for (const auto& [first, second] : exchanges_of[axes.size()])
-            if (weights[axes[first]] < weights[axes[second]]) std::swap(axes[first], axes[second]);
-    } else {
-        std::stable_sort(axes.begin(), axes.end(),
-                         [&](std::size_t a, std::size_t b) { return weights[a] > weights[b]; });
+    const auto is_greater = [&](std::size_t a, std::size_t b) { return weights[a] > weights[b]; };
+    if (axes.size() != 4) {
+        std::stable_sort(axes.begin(), axes.end(), is_greater);
+        return axes;
     }
+    for (const auto& [a, b] : {std::pair{0u, 1u}, {2, 3}, {0, 2}, {2, 3}, {1, 2}, {2, 3}})
+        if (is_greater(axes[b], axes[a])) std::swap(axes[a], axes[b]);
     return axes;
 }
 
 /// The corners of a sample's simplex from the lowest to the highest, each with its weight.
 template <class Weight>
-std::vector<std::pair<Coordinates, Weight>> simplex(const Coordinates& cell,
+std::vector<std::pair<Coordinates, Weight>> simplex(Coordinates corner,
                                                     const std::vector<Weight>& weights,
-                                                    Weight whole) {
+                                                    Weight above) {
     std::vector<std::pair<Coordinates, Weight>> corners;
-    Coordinates corner = cell;
-    Weight above       = whole;
     for (const std::size_t axis : sorted_axes(weights)) {
         corners.emplace_back(corner, static_cast<Weight>(above - weights[axis]));
         above = weights[axis];
@@ -74,6 +64,12 @@ std::vector<std::pair<Coordinates, Weight>> simplex(const Coordinates& cell,
 
 using Lut = std::array<std::uint8_t, 256>;
 
+inline Lut identity() {
+    Lut lut;
+    std::iota(lut.begin(), lut.end(), std::uint8_t{0});
+    return lut;
+}
+
 struct ByteTable {
     Grid grid;
     int w_lo, w_hi;
@@ -81,9 +77,14 @@ struct ByteTable {
     std::vector<Lut> input_luts, output_luts;
 
     std::uint8_t product(int value, int weight) const {
-        if (value < w_lo || value > w_hi || weight < w_lo || weight > w_hi) return 255;
+        if (std::min(value, weight) < w_lo || std::max(value, weight) > w_hi) return 255;
         const double x = static_cast<double>(weight - w_lo) * (value - w_lo) / (w_hi - w_lo);
         return static_cast<std::uint8_t>(x + w_lo + 0.5);
+    }
+
+    /// The weight of a position in a cell, from 0 to 1.
+    std::uint8_t weight(double part) const {
+        return static_cast<std::uint8_t>(part * (w_hi - w_lo) + w_lo);
     }
 
     std::vector<std::uint8_t> at(const std::vector<std::uint8_t>& codes) const {
@@ -91,25 +92,24 @@ struct ByteTable {
         std::vector<std::uint8_t> weights;
         for (std::size_t d = 0; d < codes.size(); ++d) {
             const int code = input_luts[d][codes[d]];
-            const double x = code / (255.0 / (grid.grid - 1));
-            const bool top = code == 255;
-            cell.push_back(top ? grid.grid - 1 : static_cast<int>(x));
-            const double part = top ? 0.0 : x - cell.back();
-            weights.push_back(static_cast<std::uint8_t>(part * (w_hi - w_lo) + w_lo));
+            const double x = code == 255 ? grid.grid - 1 : code / (255.0 / (grid.grid - 1));
+            cell.push_back(static_cast<int>(x));
+            weights.push_back(weight(x - cell.back()));
         }
-        return of(simplex(cell, weights, static_cast<std::uint8_t>(w_hi)));
+        return in_cell(cell, weights);
     }
 
-    std::vector<std::uint8_t> of(
-        const std::vector<std::pair<Coordinates, std::uint8_t>>& corners) const {
+    std::vector<std::uint8_t> in_cell(const Coordinates& cell,
+                                      const std::vector<std::uint8_t>& weights) const {
         std::vector<std::uint8_t> outputs;
         for (std::size_t c = 0; c < output_luts.size(); ++c) {
-            int sum = 0;
-            for (const auto& [corner, weight] : corners) {
+            unsigned sum = 0;
+            for (const auto& [corner, part] :
+                 simplex(cell, weights, static_cast<std::uint8_t>(w_hi))) {
                 const std::size_t at = grid.position(corner) + c;
-                sum += product(at < data.size() ? data[at] : w_lo, weight);
+                sum += product(at < data.size() ? data[at] : w_lo, part);
             }
-            outputs.push_back(output_luts[c][static_cast<std::size_t>(sum % 256)]);
+            outputs.push_back(output_luts[c][sum % 256]);
         }
         return outputs;
     }
@@ -117,29 +117,23 @@ struct ByteTable {
     void interpolate(unsigned char** in, int in_stride, unsigned char** out, int out_stride,
                      int count, const unsigned char* mask, double threshold) const {
         for (int i = 0; i < count; ++i) {
-            if (!mask || !(mask[i] <= threshold)) sample(in, in_stride, out, out_stride, i);
-            for (int c = 0; c < grid.outputs; ++c)
-                if (out[c]) out[c] += out_stride;
+            bool repeats = i > 0;
+            std::vector<std::uint8_t> codes;
+            for (int d = 0; d < grid.dims; ++d) {
+                codes.push_back(in[d][i * in_stride]);
+                repeats = repeats && codes.back() == in[d][(i - 1) * in_stride];
+            }
+            const bool is_skipped = mask && mask[i] <= threshold;
+            std::vector<std::uint8_t> values;
+            if (!repeats && !is_skipped) values = at(codes);
+            for (int k = 0; k < grid.outputs; ++k) {
+                const int c = grid.dims == 4 ? grid.outputs - 1 - k : k;
+                if (!out[c]) continue;
+                if (!is_skipped)
+                    *out[c] = repeats ? out[c][-out_stride] : values[static_cast<std::size_t>(c)];
+                out[c] += out_stride;
+            }
         }
-    }
-
-    void sample(unsigned char** in, int in_stride, unsigned char** out, int out_stride,
-                int i) const {
-        bool repeats = i > 0;
-        std::vector<std::uint8_t> codes;
-        for (int d = 0; d < grid.dims; ++d) {
-            codes.push_back(in[d][i * in_stride]);
-            repeats = repeats && codes.back() == in[d][(i - 1) * in_stride];
-        }
-        std::vector<std::uint8_t> values;
-        if (!repeats) values = at(codes);
-
-        std::vector<int> order(static_cast<std::size_t>(grid.outputs));
-        std::iota(order.begin(), order.end(), 0);
-        if (grid.dims == 4) std::reverse(order.begin(), order.end());
-        for (const int c : order)
-            if (out[c])
-                *out[c] = repeats ? out[c][-out_stride] : values[static_cast<std::size_t>(c)];
     }
 };
 
@@ -151,11 +145,11 @@ struct DoubleTable {
     std::vector<double> data;
 
     std::vector<double> at(const std::vector<double>& inputs) const {
-        const double step = (hi - lo) / (grid.grid - 1);
         Coordinates cell;
         std::vector<double> fractions;
         for (const double input : inputs) {
-            const double x = input == hi ? grid.grid - 1 : (input - lo) / step;
+            const double x =
+                input == hi ? grid.grid - 1 : (input - lo) / ((hi - lo) / (grid.grid - 1));
             cell.push_back(static_cast<int>(x));
             fractions.push_back(x - cell.back());
         }
