@@ -9,74 +9,69 @@
 
 namespace movane_tests {
 
+/// An image of noise, made anew wherever it is looked at, and a filter for it.
 template <class Sample>
-using Plane = std::vector<std::vector<Sample>>;  // the lines of one channel
+struct FirImage {
+    int channels, width, height;  // as announced
+    int fed;                      // lines
+    unsigned seed;                // odd: samples around the ends and the middle of the range only
+    int radius, max_value;
+    const std::vector<double>& weights;
 
-struct FirSetting {
-    int radius;
-    int max_value;
-    std::vector<double> weights;
-    int height;  // as announced; the planes hold as many lines as are fed
+    Sample operator()(int channel, int y, int x) const {
+        unsigned mixed = seed;
+        for (const int part : {channel, y, x}) {
+            mixed = (mixed ^ static_cast<unsigned>(part)) * 0x9E3779B1U;
+            mixed ^= mixed >> 15;
+        }
+        constexpr int kExtremes[] = {0, 127, 128, 32767, 32768, 65535};
+        return static_cast<Sample>(seed % 2 ? kExtremes[mixed % 6] : mixed);
+    }
+
+    Sample filtered(int channel, int y, int x) const {
+        std::int64_t sum = 0;
+        auto weight      = weights.begin();
+        for (int i = y - radius; i <= y + radius; ++i)
+            for (int j = x - radius; j <= x + radius; ++j)
+                sum += (*this)(channel, i, j) * to_16_16(*weight++);
+        const auto wrapped = static_cast<std::int32_t>(static_cast<std::uint32_t>(sum));
+        return static_cast<Sample>(std::min(std::max(wrapped, 0) >> 16, max_value));
+    }
+
+    static std::int64_t to_16_16(double weight) {
+        if (std::isnan(weight)) return 0;
+        return static_cast<std::int64_t>(
+            std::clamp(std::trunc(weight * 65536.0), -2147483648.0, 2147483647.0));
+    }
 };
 
 template <class Sample>
 struct Delivery {
-    int call;  // the line call within which it happened, from 0
-    int channel;
+    int call, channel;  // the line call within which it happened, from 0
     std::vector<Sample> line;
     bool operator==(const Delivery&) const = default;
 };
 
-inline std::int64_t reference_16_16(double weight) {
-    if (std::isnan(weight)) return 0;
-    return static_cast<std::int64_t>(
-        std::clamp(std::trunc(weight * 65536.0), -2147483648.0, 2147483647.0));
-}
-
 template <class Sample>
-std::vector<Sample> filtered_line(const Plane<Sample>& plane, const FirSetting& setting, int y) {
-    const int r = setting.radius, size = 2 * r + 1;
-    const auto at = [](const auto& vector, int i) { return vector[static_cast<std::size_t>(i)]; };
-
-    std::vector<Sample> line = at(plane, y);
-    const int width          = static_cast<int>(line.size());
-    for (int x = r; x < width - r; ++x) {
-        std::int64_t sum = 0;
-        for (int i = 0; i < size; ++i) {
-            for (int j = 0; j < size; ++j)
-                sum += at(plane[static_cast<std::size_t>(y - r + i)], x - r + j) *
-                       reference_16_16(at(setting.weights, i * size + j));
-        }
-        const auto wrapped = static_cast<std::int32_t>(static_cast<std::uint32_t>(sum));
-        const int value    = std::min(std::max(wrapped, 0) >> 16, setting.max_value);
-        line[static_cast<std::size_t>(x)] = static_cast<Sample>(value);
-    }
-    return line;
-}
-
-template <class Sample>
-std::vector<Delivery<Sample>> fir_reference(const std::vector<Plane<Sample>>& planes,
-                                            const FirSetting& setting) {
+std::vector<Delivery<Sample>> fir_reference(const FirImage<Sample>& image) {
     std::vector<Delivery<Sample>> deliveries;
-    const auto deliver = [&](int call, int y, bool filtered) {
-        for (std::size_t ch = 0; ch < planes.size(); ++ch)
-            deliveries.push_back({call, static_cast<int>(ch),
-                                  filtered ? filtered_line(planes[ch], setting, y)
-                                           : planes[ch][static_cast<std::size_t>(y)]});
+    const int r = image.radius, width = image.width, height = image.height;
+    const auto deliver = [&](int call, int y, bool is_filtered) {
+        for (int channel = 0; channel < image.channels; ++channel) {
+            std::vector<Sample> line;
+            for (int x = 0; x < width; ++x)
+                line.push_back(is_filtered && x >= r && x < width - r
+                                   ? image.filtered(channel, y, x)
+                                   : image(channel, y, x));
+            deliveries.push_back({call, channel, line});
+        }
     };
-    const int r = setting.radius, height = setting.height;
-    const int fed     = static_cast<int>(planes[0].size());
-    const bool flawed = height <= 0;  // an image that is complete before it begins never ends
-
-    for (int y = 0; y < (flawed ? fed : std::min(fed, height)); ++y) {
-        if (y < r) {
-            deliver(y, y, false);
-        } else if (y >= 2 * r && !flawed) {
-            deliver(y, y - r, true);
-        }
-        if (y == height - 1) {
-            for (int last = std::max(0, height - r); last < height; ++last) deliver(y, last, false);
-        }
+    const bool never_ends = height <= 0;  // being complete before it begins
+    for (int y = 0; y < (never_ends ? image.fed : std::min(image.fed, height)); ++y) {
+        if (y < r) deliver(y, y, false);
+        if (y >= std::max(r, 2 * r) && !never_ends) deliver(y, y - r, true);
+        if (y != height - 1) continue;
+        for (int last = std::max(0, height - r); last < height; ++last) deliver(y, last, false);
     }
     return deliveries;
 }
