@@ -1,4 +1,4 @@
-// Small images, and files of them in every kind that the program reads.
+// Small images, files of them in every kind that the program reads, and profiles to go with them.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +12,8 @@ struct Image {
     int width = 0, height = 0, channels = 0;
     std::vector<std::uint8_t> samples;
 
-    std::uint8_t* at(int x, int y) { return &samples[offset(x, y)]; }
-    const std::uint8_t* at(int x, int y) const { return &samples[offset(x, y)]; }
-
-private:
-    std::size_t offset(int x, int y) const {
-        return static_cast<std::size_t>((y * width + x) * channels);
-    }
+    std::uint8_t* at(int x, int y) { return &samples[(y * width + x) * channels]; }
+    const std::uint8_t* at(int x, int y) const { return &samples[(y * width + x) * channels]; }
 };
 
 Image flat(int width, int height, const std::vector<std::uint8_t>& pixel);
@@ -43,5 +38,18 @@ void write_tiff(const std::string& path, const Image& image, const Kind& kind = 
 
 Image read_cmyk_tiff(const std::string& path);
 Image read_rgb_png(const std::string& path);
+
+/// Profiles: a CMYK output profile whose paper is slightly yellow, sRGB, an RGB with a larger
+/// gamut and another gamma, and Lab.
+std::string press_profile();
+std::string srgb_profile();
+std::string wide_rgb_profile();
+std::string lab_profile();
+
+/// The image through two profiles, by lcms alone.
+///
+/// @param intent  as numbered in ICC profiles
+Image convert(const Image& image, const std::string& from, const std::string& to, int intent,
+              bool has_black_point_compensation);
 
 }  // namespace host_tests

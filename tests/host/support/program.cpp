@@ -1,11 +1,13 @@
 #include "support/program.h"
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -20,23 +22,20 @@ std::string content(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void redirect(int stream, const fs::path& path) {
-    dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), stream);
-}
-
-fs::path new_directory() {
-    std::string name = (fs::temp_directory_path() / "movane-test-XXXXXX").string();
-    if (!mkdtemp(name.data())) std::abort();
-    return name;
-}
+// Beside the directory: standard output and error of the run.
+fs::path stream(fs::path directory, const char* suffix) { return directory += suffix; }
 
 }  // namespace
 
-Workshop::Workshop() : directory_(new_directory()), streams_(new_directory()) {}
+Workshop::Workshop() {
+    std::string name = (fs::temp_directory_path() / "movane-test-XXXXXX").string();
+    if (!mkdtemp(name.data())) std::abort();
+    directory_ = name;
+}
 
 Workshop::~Workshop() {
-    fs::remove_all(directory_);
-    fs::remove_all(streams_);
+    for (const char* const suffix : {"", ".out", ".err"})
+        fs::remove_all(stream(directory_, suffix));
 }
 
 std::vector<std::string> Workshop::files() const {
@@ -54,24 +53,16 @@ void Workshop::write(const std::string& name, const std::string& bytes) const {
     std::ofstream(directory_ / name, std::ios::binary) << bytes;
 }
 
-pid_t Workshop::start(const std::vector<std::string>& command, const Environment& environment,
-                      long file_limit_bytes) const {
-    std::vector<char*> arguments;
-    for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
-
+pid_t Workshop::start(const std::string& command) const {
+    std::fflush(stdout);  // lest the other process flushes it, too
     const pid_t process = fork();
     if (process != 0) return process;
-    redirect(STDOUT_FILENO, streams_ / "out");
-    redirect(STDERR_FILENO, streams_ / "err");
-    for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
-    if (file_limit_bytes >= 0) {
-        const auto bytes = static_cast<rlim_t>(file_limit_bytes);
-        const rlimit limit{bytes, bytes};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    if (chdir(directory_.c_str()) == 0)
-        execvp(command[0] == "movane" ? MOVANE_PROGRAM : arguments[0], arguments.data());
+    const std::string line =
+        "PATH=" + fs::path(MOVANE_PROGRAM).parent_path().string() + ":$PATH; exec " + command;
+    if (chdir(directory_.c_str()) == 0 &&
+        std::freopen(stream(directory_, ".out").c_str(), "w", stdout) &&
+        std::freopen(stream(directory_, ".err").c_str(), "w", stderr))
+        execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
     _exit(127);
 }
 
@@ -80,12 +71,22 @@ Result Workshop::wait(pid_t process) const {
     rusage usage = {};
     wait4(process, &status, 0, &usage);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-            content(streams_ / "out"), content(streams_ / "err"), usage.ru_maxrss};
+            content(stream(directory_, ".out")), content(stream(directory_, ".err")),
+            usage.ru_maxrss};
 }
 
-Result Workshop::run(const std::vector<std::string>& command, const Environment& environment,
-                     long file_limit_bytes) const {
-    return wait(start(command, environment, file_limit_bytes));
+void Workshop::expect_failures(const std::string& begin,
+                               const std::vector<Failure>& failures) const {
+    for (const auto& [command, exit_code, text] : failures) {
+        SCOPED_TRACE(begin + command);
+        const auto before   = files();
+        const Result result = run(begin + command);
+        EXPECT_EQ(result.exit_code, exit_code);
+        EXPECT_EQ(result.err.rfind("movane: ", 0), 0u) << result.err;
+        EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+        EXPECT_NE(result.err.find(text), std::string::npos) << text << " in " << result.err;
+        EXPECT_EQ(files(), before);
+    }
 }
 
 }  // namespace host_tests

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace host_tests {
@@ -21,8 +20,6 @@ class Workshop {
 public:
     Workshop();
     ~Workshop();
-    Workshop(const Workshop&)            = delete;
-    Workshop& operator=(const Workshop&) = delete;
 
     std::string path(const std::string& name) const { return (directory_ / name).string(); }
 
@@ -32,19 +29,25 @@ public:
     std::string read(const std::string& name) const;
     void write(const std::string& name, const std::string& bytes) const;
 
-    using Environment = std::vector<std::pair<std::string, std::string>>;
+    /// Runs a command line of the shell in this directory: "movane separate ..." or another
+    /// program.
+    Result run(const std::string& command) const { return wait(start(command)); }
 
-    /// Runs the command line, in this directory: "movane separate ..." or another program.
-    Result run(const std::vector<std::string>& command, const Environment& environment = {},
-               long file_limit_bytes = -1) const;
+    struct Failure {
+        std::string command;
+        int exit_code;
+        std::string text;
+    };
 
-    pid_t start(const std::vector<std::string>& command, const Environment& environment = {},
-                long file_limit_bytes = -1) const;
+    /// Runs commands, all of which begin alike. Each has to fail with one line on standard error,
+    /// in which its text stands, and to leave no file behind.
+    void expect_failures(const std::string& begin, const std::vector<Failure>& failures) const;
+
+    pid_t start(const std::string& command) const;
     Result wait(pid_t process) const;
 
 private:
     std::filesystem::path directory_;
-    std::filesystem::path streams_;  // beside it: standard output and error of the run
 };
 
 }  // namespace host_tests
