@@ -135,7 +135,7 @@ TEST_F(FileDouble, ReplacesTheFileOrLeavesIt) {
     EXPECT_EQ(opened(std::string(127, 'a'), 1), "");
 
     write_file(path, "old");
-    std::filesystem::create_directory(path_of(directory / "folder"));
+    make_tree(directory / "folder", "./");
     std::filesystem::permissions(path_of(path), std::filesystem::perms::owner_read);
     for (const std::string& file : {directory / "none/r", directory / "folder", path})
         EXPECT_EQ(saved(file), cannot_save) << file;

@@ -66,7 +66,7 @@ struct Packer : FilePacker {
 
 class Archive : public ::testing::Test {
 protected:
-    Archive() { std::filesystem::create_directories(path_of(out)); }
+    Archive() { make_tree(out, "./"); }
 
     Entries read_all() const {
         Packer in(archive);
@@ -118,8 +118,7 @@ TEST_F(Archive, HasTheBytesOfAModel) {
 
         // One by one, then all.
         Packer in(archive);
-        for (const std::string& directory : {one, all})
-            std::filesystem::create_directories(path_of(directory + "/nü"));
+        for (const std::string& directory : {one, all}) make_tree(directory, "nü/");
         for (const auto& entry : entries) {
             EXPECT_EQ(in.unpack_next(one), 0);
             EXPECT_EQ(in.name, entry.first);
@@ -372,7 +371,7 @@ TEST_F(Archive, NamesThatLeadElsewhereAreRefused) {
         EXPECT_EQ(read_file(out + "/@en"), "data");
         EXPECT_EQ(read_all(), (Entries{{name, "bad"}, {"@en", "data"}}));
     }
-    std::filesystem::create_directories(path_of(out + "/sub"));
+    make_tree(out, "sub/");
     for (const std::string name : {"console", "comma", "com10", "lpt", "x.aux", "..x", "a..b", ".x",
                                    "sub/./x", "sub//x", "con\u00fc", "@end"}) {
         write_file(archive, archive_bytes("", {{name, name}}));
@@ -418,7 +417,7 @@ TEST_F(Archive, OutputThatCannotBeMade) {
                           "",
                           {{"missing/x", "1"}, {"directory", "2"}, {"own", "3"}, {"good", "4"}});
     write_file(own, bytes);
-    std::filesystem::create_directory(path_of(out + "/directory"));
+    make_tree(out, "directory/");
     Packer in(own);
     for (const std::string name : {"missing\\x", "directory", "own"}) {
         EXPECT_EQ(in.unpack_next(out), 2);

@@ -154,8 +154,7 @@ TEST(ServicesWithoutMemory, ReportAndLeaveNothing) {
     const TemporaryDirectory directory;
     const std::string from = directory / "from", to = directory / "to", plain = directory / "plain",
                       file = from + "/sub/a";
-    std::filesystem::create_directories(path_of(from + "/sub"));
-    write_file(file, "x");
+    make_tree(from, "sub/a=x");
     // Checks the message of a failed call itself where that names no single cause.
     const auto check = [](const char* call, const std::string& message, auto attempt) {
         check_every_allocation_failure(call, "", [&] {
@@ -182,8 +181,7 @@ TEST(ServicesWithoutMemory, ReportAndLeaveNothing) {
     check("rsys_copy", "rsys_copy : Unable to copy file " + from,
           [&] { return rsys_copy(to.c_str(), (from + "/*").c_str()) == 0; });
     check("rsys_rmdir", "", [&] {
-        std::filesystem::create_directory(path_of(plain));
-        write_file(plain + "/a", "x");
+        make_tree(plain, "a=x");
         rsys_rmdir(plain.c_str());
         return !exists(plain);
     });
