@@ -34,6 +34,7 @@ TEST(Fport, TranslatesLogicalNames) {
     EXPECT_EQ(defined("", "d"), refused);
     EXPECT_EQ(defined(longest + "x", "d"), refused);
     EXPECT_EQ(defined("n", longest + "x"), refused);
+    EXPECT_EQ(defined("a:b", "d"), refused);
 
     // Brackets later on turn dots before them, too; what follows "\\" is taken for a drive.
     const std::pair<const char*, const char*> rows[] = {
@@ -63,6 +64,10 @@ TEST(Fport, TranslatesLogicalNames) {
         {longest + "x", 300, "-1 "},     {"long:x", 300, "0 " + longest + "\\x"},
         {"long:x", 256, "-1 "}};
     for (const auto& [path, size, expected] : sizes) EXPECT_EQ(translated(path, size), expected);
+    char text[20] = "DATA:[x]y";  // in place
+    EXPECT_EQ(fport(text, sizeof text, text), 0);
+    EXPECT_EQ(fport(text, sizeof text, text), -1);
+    EXPECT_STREQ(text, "d\\x\\y");
     for (const char* name : {"DATA", "SLASH", "B", "Empty", "LONG", "never"})
         EXPECT_EQ(lognam_define(name, nullptr), 0);
     EXPECT_EQ(translated("DATA:a", 99), "-1 DATA:a");

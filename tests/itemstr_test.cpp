@@ -96,6 +96,7 @@ TEST(ItemString, ReadsNumbers) {
         {"inf -INFINITY nan", 3, "0 inf -inf nan", "-1 -7 -7 -7"},
         {"2147483647 -2147483648", 2, "0 2.14748e+09 -2.14748e+09 -7",
          "0 2147483647 -2147483648 -7"},
+        {"1e999 -2e-324 0x1p-1080", 3, "0 inf -0 0", "0 1 -2 0"},
         {"2147483648", 1, "0 2.14748e+09 -7 -7", "-1 -7 -7 -7"},
         {"1 x 3", 3, "-1 1 -7 -7", "-1 1 -7 -7"},
         {"x", -1, "0 -7 -7 -7", "0 -7 -7 -7"}};
@@ -103,7 +104,7 @@ TEST(ItemString, ReadsNumbers) {
         EXPECT_EQ(read(str_double_from_itemstr, text, n), doubles);
         EXPECT_EQ(read(str_int_from_itemstr, text, n), ints);
     }
-    for (const char* bad : {"", "   ", "+-1", "++1", "--1", "0x", "0xinf", "1e999"})
+    for (const char* bad : {"", "   ", "+-1", "++1", "--1", "0x", "0xinf"})
         EXPECT_EQ(read(str_double_from_itemstr, bad, 1), "-1 -7 -7 -7") << bad;
 }
 

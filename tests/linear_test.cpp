@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -51,6 +52,9 @@ TEST(Gaussd, ExchangesRowsOnlyForAPivotOfZero) {
     gives({0x1p-900, 1, 1, 1}, {1, 1}, 1, {0x1p-900, 1, 1, -0x1p900}, {0, 1});  // tiny, but taken
     gives({1, 1, 1, 1}, {1, 1}, 0, {1, 1, 1, 0}, {1, 0});
     gives({}, {}, 1, {}, {});
+    // The products are summed before they are subtracted; taken one by one they would be lost.
+    gives({1, 1, 1, 0, 1, 0, 0, 0, 1}, {1e16, 1, 1}, 1, {1, 1, 1, 0, 1, 0, 0, 0, 1},
+          {1e16 - 2, 1, 1});
 }
 
 TEST(CubicRoot, EndsAtEachOfItsExits) {
@@ -65,11 +69,13 @@ TEST(CubicRoot, EndsAtEachOfItsExits) {
                  {-0.343, 0, 0, 1}, 0, 2, 1, 1, 1 - (1 - 0.343) / 3},  // the first estimate will do
              Case{{-3, 1}, 0, 1, 1e-10, 1, 3},      // a root above hi is found: steps are negative
              Case{{1.5, 1}, -2, 0.1, 1e-10, 0, 0},  // a step above hi ends the search,
-             Case{{1.25, 1}, -2, 0.5, 1e-10, 1, -1.25},  // a step of hi does not
-             Case{{0.5, 1}, 0, 9, 1e-10, 0, 0},          // below lo
-             Case{{0, 1}, 0, 1, 1e-10, 1, 0},            // at lo
-             Case{{1, -1, 1}, 0, 1, 1e-10, 0, 0},        // no slope
-             Case{{2, -2, 0, 1}, -1, 1, 1e-10, 0, 0},    // a loop between 0 and 1
+             Case{{1.25, 1}, -2, 0.5, 1e-10, 1, -1.25},                   // a step of hi does not
+             Case{{0.5, 1}, 0, 9, 1e-10, 0, 0},                           // below lo
+             Case{{0, 1}, 0, 1, 1e-10, 1, 0},                             // at lo
+             Case{{1, -1, 1}, 0, 1, 1e-10, 0, 0},                         // no slope
+             Case{{2, -2, 0, 1}, -1, 1, 1e-10, 0, 0},                     // a loop between 0 and 1
+             Case{{0, 0, 0, 1}, 0, 2, 1.6e-4, 1, std::pow(2.0 / 3, 20)},  // the last step,
+             Case{{0, 0, 0, 1}, 0, 2, 1.2e-4, 0, 0},                      // and one too many
          }) {
         double root = 0;
         EXPECT_EQ(fthird_order_eq(c.c, &root, c.lo, c.hi, c.tol), c.found);

@@ -200,6 +200,11 @@ TEST(Mat, InverseAndSourceLiveAndDieApart) {
     EXPECT_EQ(value(inverse_of(second)), 2);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(mat_kill(nullptr), nullptr);
+    // It does so also when it cannot be inverted.
+    const Matrix source = matrix({2}, 1, 1), singular = inverse_of(source);
+    mat_set_element(singular.get(), 0, 0, 0);
+    EXPECT_EQ(inverse_of(singular), nullptr);
+    EXPECT_EQ(value(inverse_of(source)), 0.5);
 }
 
 }  // namespace

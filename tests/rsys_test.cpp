@@ -80,6 +80,7 @@ TEST_F(Rsys, CopiesFiles) {
     EXPECT_EQ(copied("DATA:b", a), "0");
     // Nothing to copy is no failure.
     EXPECT_EQ(copied("DATA:c", "DATA:missing") + copied("DATA:c", "DATA:[missing]*"), "00");
+    EXPECT_EQ(copied("DATA:c", "") + copied("", directory / "missing/*"), "00");
     for (const std::string& bad : {a, directory / "no/c", std::string()})
         EXPECT_EQ(copied(bad, a), cannot + a);
     EXPECT_EQ(copied(c, data), cannot + data);
@@ -95,7 +96,8 @@ TEST_F(Rsys, CopiesTrees) {
     lognam_define("UP", top.c_str());
     // The pattern filters nothing; the later copies go over what is there.
     for (const std::string& source :
-         {data + "/*", data + "\\no such*", std::string("DATA:*"), std::string("UP:[data]*.txt")}) {
+         {data + "/*", data + "\\no such*", std::string("DATA:*"), std::string("UP:[data]*.txt"),
+          std::string("UP:[data]Gr\u00fcn\\*"), data + "/]*", data + "/a:*"}) {
         EXPECT_EQ(copied("UP:t", source), "0");
         EXPECT_EQ(tree_of(directory / "t"), sample) << source;
     }

@@ -40,6 +40,20 @@ TEST(LeastSquareFit, SolvesTheNormalEquations) {
     }
 }
 
+TEST(LeastSquareFit, IsCertainWithoutADegreeOfFreedomOrADeviation) {
+    const MessageCapture capture;
+    const double x[] = {0.1, 1e9 + 1, 2e9}, y[] = {0.3, 1e9 / 7, 3e9}, sig[] = {1e-9, 1e-9, 1e-9};
+    double a, b, siga, sigb, chi2, q = 7;
+    least_square_fit(x, y, 2, sig, 1, &a, &b, &siga, &sigb, &chi2, &q);
+    EXPECT_GT(chi2, 1);  // of rounding
+    EXPECT_EQ(q, 1);
+    EXPECT_EQ(MessageCapture::take(), "Invalid arguments in routine gammq");
+    const double line[] = {1, 2, 3}, ones[] = {1, 1, 1};
+    least_square_fit(line, line, 3, ones, 1, &a, &b, &siga, &sigb, &chi2, &(q = 7));
+    EXPECT_TRUE(chi2 == 0 && q == 1);
+    EXPECT_EQ(MessageCapture::take(), "");
+}
+
 // Q(a + 1, x) = Q(a, x) + x^a e^-x / Gamma(a + 1), from Q(1, x) = e^-x or Q(1/2, x) = erfc(sqrt x):
 // all terms are positive, so nothing cancels.
 double reference(double a, long double x) {

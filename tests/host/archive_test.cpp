@@ -140,6 +140,7 @@ TEST_F(Archives, DigestsAreThoseOfMd5sum) {
     const Result ours       = shop.run("movane md5" + files);
     EXPECT_EQ(ours.exit_code, 0);
     EXPECT_EQ(ours.out, shop.run("md5sum" + files).out);
+    EXPECT_EQ(shop.run("movane md5 none empty").out, shop.run("md5sum empty").out);
     EXPECT_NE(ours.out.find("900150983cd24fb0d6963f7d28e17f72  ./a b\n"), std::string::npos);
 }
 
