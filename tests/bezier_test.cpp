@@ -528,6 +528,7 @@ TEST(BezierFit, HasRulesForFewPointsAndForEqualOnes) {
     const std::string undetermined = fit({{0, 0}, {1, 4}, {3, -4}, {9, 3}}, 0, {1, 0});
     EXPECT_EQ(undetermined.find("Bezier_fit : system without solution(0,0) (0,0) (9,3) (9,3) "),
               0u);
+    EXPECT_TRUE(fit({0, {kNan, 1}, 2, 3}).ends_with("nan"));
     EXPECT_EQ(fit({0, 0, 0, 0}, 1),
               "Bezier_fit\n  t-iteration 1 max_dt 0 \n  xc1 0 yc1 0 xc2 0 yc2 0\n  maxE 0 \n"
               "  LSE  0 \nBezier_fit : divide by 0(0,0) (0,0) (0,0) (0,0) 0 0");

@@ -51,6 +51,9 @@ TEST(Gaussd, ExchangesRowsOnlyForAPivotOfZero) {
           {3, 1, 2 - 5. / 3});
     gives({0x1p-900, 1, 1, 1}, {1, 1}, 1, {0x1p-900, 1, 1, -0x1p900}, {0, 1});  // tiny, but taken
     gives({1, 1, 1, 1}, {1, 1}, 0, {1, 1, 1, 0}, {1, 0});
+    // Products are added up before they are subtracted.
+    const Values steep{1, 0x1p60, -0x1p60, 0, 1, 0, 0, 0, 1};
+    gives(steep, {1, 1, 1}, 1, steep, {1, 1, 1});
     gives({}, {}, 1, {}, {});
     // The products are summed before they are subtracted; taken one by one they would be lost.
     gives({1, 1, 1, 0, 1, 0, 0, 0, 1}, {1e16, 1, 1}, 1, {1, 1, 1, 0, 1, 0, 0, 0, 1},

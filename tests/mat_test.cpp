@@ -117,6 +117,14 @@ TEST(Mat, DecomposesSolvesAndInvertsAsEliminationDoes) {
     EXPECT_EQ(movane_tests::MessageCapture::take(), "");
 }
 
+TEST(Mat, FactorsThatOverflowSpoilOnlyTheColumnsThatNeedThem) {
+    int status     = 7;
+    const Matrix a = matrix({1e-15, 1e-15, 1e300, 1e305}, 2, 2);
+    const Matrix inverse(mat_invert(a.get(), &status), mat_kill);
+    const double* const column = mat_get_col(inverse.get(), 1);
+    EXPECT_TRUE(column[0] == 0 && column[1] == 0);
+}
+
 TEST(Mat, LooksAtItsRowCount) {
     const Matrix wide = matrix({1, 2, 3, 4, 5, 6}, 2, 3), tall = matrix({1, 2, 3, 4, 5, 6}, 3, 2);
     int status = 7;
@@ -196,8 +204,13 @@ TEST(Mat, InverseAndSourceLiveAndDieApart) {
     mat_set_element(a.get(), 0, 0, 2);
     EXPECT_EQ(mat_invert(a.get(), &status), second.get());
     EXPECT_TRUE(value(back) == 8 && value(inverse) == 0.125 && value(second) == 0.5);
+    // The attempt parts them already.
+    mat_set_element(second.get(), 0, 0, 0);
+    EXPECT_EQ(inverse_of(second), nullptr);
+    const Matrix third = inverse_of(a);
+    EXPECT_NE(third, second);
     a.reset();
-    EXPECT_EQ(value(inverse_of(second)), 2);
+    EXPECT_EQ(value(inverse_of(third)), 2);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(mat_kill(nullptr), nullptr);
     // It does so also when it cannot be inverted.
