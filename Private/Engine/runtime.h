@@ -37,10 +37,10 @@ int lognam(const char* name, char* translation, int size);
 
 // --- files ---------------------------------------------------------------------------------
 
-/// Checks the specification of one file, or of the files of a directory when it contains "*".
+/// Checks a path that names one file, or with "*" the files of a directory.
 ///
 /// @return  0 when the file, or the directory of the files, exists; -1 otherwise
-int ffspec(const char* specification);
+int ffspec(const char* pattern);
 
 /// Begins a search for the files of a directory; what is a directory itself is left out.
 ///

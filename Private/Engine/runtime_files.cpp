@@ -19,10 +19,10 @@ struct FileSearch {
 
 }  // namespace
 
-int ffspec(const char* specification) {
+int ffspec(const char* pattern) {
     files::Status status;
-    if (!std::strchr(specification, '*')) return files::status(specification, status) ? 0 : -1;
-    const DirectoryOfPattern directory(specification);
+    if (!std::strchr(pattern, '*')) return files::status(pattern, status) ? 0 : -1;
+    const DirectoryOfPattern directory(pattern);
     return files::status(directory.get(), status) && status.is_directory ? 0 : -1;
 }
 

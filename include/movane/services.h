@@ -148,8 +148,8 @@ MOVANE_API char str_go_to_next_word(char** pos);
 /// Reads numbers as scanf() reads "%lf"; what follows a number up to the next blank is skipped.
 ///
 /// @param values  receives n numbers; those before the bad one on failure
-/// @return        0, also for n below 1; -1 when there are fewer. What is beyond the range of doubles
-///                becomes infinity or 0.
+/// @return        0, also for n below 1; -1 when there are fewer. A number beyond the range of
+///                doubles becomes infinity or 0
 MOVANE_API int str_double_from_itemstr(const char* text, int n, double* values);
 
 /// The same for whole numbers, as scanf() reads "%d"; -1 also for one that does not fit an int.
