@@ -182,7 +182,7 @@ TEST_F(Archive, TakesFilesThatAreNotWhatTheySeem) {
     if (size <= read_file(shorter).size()) GTEST_SKIP() << "has no such file";
     EXPECT_EQ(packer.add_file(shorter, "x"), 8);
     EXPECT_EQ(error_of(packer), error_text(8, "Cannot read from file: " + shorter));
-    EXPECT_EQ(read_file(archive), bytes + entry_bytes("x", "", size));
+    EXPECT_EQ(read_file(archive), bytes + entry_bytes("x", "", static_cast<std::size_t>(size)));
     EXPECT_EQ(packer.add_file(shorter, "x"), 0);  // is recorded
 }
 
