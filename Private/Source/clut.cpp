@@ -302,6 +302,7 @@ CLUT& CLUT::operator=(const CLUT& other) = default;
 CLUT::~CLUT()                            = default;
 
 void CLUT::Begin() {
+    if (nr_points_ == 0) return;
     const int dims = input_dims_;
     nr_corners_    = 1U << dims;
     for (int d = 0; d < dims; ++d) {
