@@ -60,6 +60,6 @@ struct FusmKernels {
     void (*correct_16)(const FusmLine<std::uint16_t>&);
 };
 
-extern const FusmKernels fusm_scalar, fusm_sse41, fusm_avx2;
+extern const FusmKernels fusm_scalar, fusm_avx2;
 
 }  // namespace movane
