@@ -24,6 +24,10 @@ constexpr int kMostChannels = 255;
 // Dimensions whose corner weights are kept at once; more are worked off in blocks of so many.
 constexpr int kBlockDims = 8;
 constexpr int kBlockSize = 1 << kBlockDims;
+
+// Corner offsets are ints.
+constexpr std::uint64_t kTooMany = std::uint64_t{INT_MAX} + 1;
+
 }  // namespace
 
 // Hosts may look inside an object: nothing but its members, in their order.
@@ -285,10 +289,10 @@ CLUT::CLUT(unsigned char inDim, unsigned char* gridPoints, unsigned char outChan
     std::uint64_t points = 1, values = outChannels;
     for (int d = inDim - 1; d >= 0; --d) {
         dim_sizes_[d] = static_cast<unsigned>(values);
-        points *= grid_points_[d];
-        values *= grid_points_[d];
-        if (std::max(points, values) > INT_MAX) return;
+        points        = std::min(points * grid_points_[d], kTooMany);
+        values        = std::min(values * grid_points_[d], kTooMany);
     }
+    if (std::max(points, values) == kTooMany) return;
     auto copy = movane::make_zeroed_block<float>(static_cast<std::size_t>(values) + kFour - 1);
     if (!copy) return;
     std::copy_n(data, values, copy.get());

@@ -68,8 +68,8 @@ Position position_of(int i, int inputs, int outputs) {
 }
 
 bool make_columns(ibilin_filter& f) {
-    const std::int64_t end = std::int64_t{f.in_width} * f.in_step;
-    if (std::abs(end) > std::numeric_limits<std::int32_t>::max() || f.out_width > kMaxWidth)
+    const std::int64_t last = (std::int64_t{f.in_width} - 1) * f.in_step;
+    if (std::abs(last) > std::numeric_limits<std::int32_t>::max() || f.out_width > kMaxWidth)
         return false;
     f.left      = movane::make_zeroed_block<std::int32_t>(f.pitch());
     f.right     = movane::make_zeroed_block<std::int32_t>(f.pitch());
@@ -103,10 +103,19 @@ bool make_lines(ibilin_filter& f) {
     return true;
 }
 
+void release_image(ibilin_filter& f) {
+    f.out_height = 0;
+    f.left.reset();
+    f.right.reset();
+    f.fractions.reset();
+    f.rows.reset();
+    f.store.reset();
+}
+
 // Returns what failed; null for success.
 const char* prepare(ibilin_filter& f, int channels, int in_height, int in_width, int out_height,
                     int out_width) {
-    f.out_height = 0;
+    release_image(f);
     if (in_height < 1 || in_width < 1 || out_height < 1 || out_width < 1 || channels < 1 ||
         channels > kMaxChannels)
         return "ibilin_start: illegal dest image";
@@ -119,7 +128,7 @@ const char* prepare(ibilin_filter& f, int channels, int in_height, int in_width,
     std::fill_n(f.lines_in, channels, 0);
     std::fill_n(f.lines_out, channels, 0);
     if (make_columns(f) && make_rows(f) && make_lines(f)) return nullptr;
-    f.out_height = 0;
+    release_image(f);
     return "ibilin_start: unsufficient resources";
 }
 
@@ -165,6 +174,7 @@ void write_line(const ibilin_filter& f, int channel, std::uint16_t fraction) {
 
 template <class Sample>
 void feed_channel(ibilin_filter& f, const Sample* in, Sample** out, int channel) {
+    if (f.out_height == 0) return;
     const int line = f.lines_in[channel], y = f.lines_out[channel];
     if (y < f.out_height && (f.rows[y].from == line || f.rows[y].to == line))
         take_line(f, in, channel);

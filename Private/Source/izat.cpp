@@ -195,9 +195,18 @@ bool make_ring(izat_zoom& z) {
     return true;
 }
 
+void release_image(izat_zoom& z) {
+    z.out_h   = 0;
+    z.columns = {};
+    z.y_lo.reset();
+    z.y_count.reset();
+    z.y_weights.reset();
+    z.ring_store.reset();
+}
+
 // Returns what failed; null for success.
 const char* prepare(izat_zoom& z, int in_h, int in_w, int out_h, int out_w) {
-    z.out_h = 0;
+    release_image(z);
     if (in_h < 1 || in_w < 1 || out_h < 1 || out_w < 1 || z.channels < 1 ||
         z.channels > kMaxChannels)
         return "izat_start: illegal image";
@@ -213,7 +222,7 @@ const char* prepare(izat_zoom& z, int in_h, int in_w, int out_h, int out_w) {
     z.out_w = out_w;
     z.lines = static_cast<int>(lines);
     if (make_columns(z) && make_rows(z) && make_ring(z)) return nullptr;
-    z.out_h = 0;
+    release_image(z);
     return "izat_start: insuf. mem";
 }
 

@@ -313,10 +313,12 @@ MOVANE_API int fusm_level_red_set(usm_filter* f, int comp, int n, const double* 
  * reproduced. Lines are weighed likewise. A pixel that draws on one input pixel only takes it as it
  * is.
  *
- * Weights are 16.16 fixed point, truncated, so that their sum may fall short of 1.0 by a few
- * 1/65536. Sums are 32 bits wide and wrap. 8-bit samples are rounded after each direction. 16-bit
- * samples are truncated after each direction, and are exact up to 32767 only: where lighter and
- * darker ones than that meet, sums wrap into another value.
+ * Weights are 16.16 fixed point, truncated: their sum falls short of 1.0 by less than 1/65536 per
+ * input pixel drawn on. White stays white unless an image is reduced to less than a hundredth;
+ * lines of tens of thousands of pixels reduced to a few become dark. Sums are 32 bits wide and
+ * wrap. 8-bit samples are rounded after each direction. 16-bit samples are truncated after each
+ * direction, and are exact up to 32767 only: where lighter and darker ones than that meet, sums
+ * wrap into another value.
  */
 
 typedef struct izat_zoom izat_zoom;
@@ -352,7 +354,7 @@ MOVANE_API int izat_kill(izat_zoom* z);
 /// @return           1; 0 on failure, line calls do nothing then
 /// @fails            "izat_start: illegal image"             a measure or count is out of its range
 ///                   "izat_start: max zoom factor exceeded"  2 * in_h / out_h + 2 is 1001 or more
-///                   "izat_start: insuf. mem"                out of memory
+///                   "izat_start: insuf. mem"                out of memory, or measures near 2^31
 MOVANE_API int izat_start(izat_zoom* z, int channels, int in_h, int in_w, int out_h, int out_w,
                           izat_line_done line_done, int in_step, int out_step);
 
@@ -445,7 +447,9 @@ MOVANE_API int ibilin_kill(ibilin_filter* f);
 /// @param out_step   the same in output lines
 /// @return           1; 0 on failure, line calls do nothing then
 /// @fails            "ibilin_start: illegal dest image"      a measure or count is out of its range
-///                   "ibilin_start: unsufficient resources"  out of memory
+///                   "ibilin_start: unsufficient resources"  out of memory; or the output width, or
+///                                                           the place of the last sample, is near
+///                                                           2^31
 MOVANE_API int ibilin_start(ibilin_filter* f, int channels, int in_height, int in_width,
                             int out_height, int out_width, ibilin_line_done line_done, int in_step,
                             int out_step);

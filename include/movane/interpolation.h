@@ -235,7 +235,8 @@ MOVANE_API int md_tetrad_get_nrpoints(const md_tetrad_table* table);
  * Two parallel dynamic lists (foundation.h): keys, which an ordering of the host keeps sorted, and
  * values; value i belongs to key i. Keys and values are records of any size, copied in. Like a
  * list, a table holds at most 65535 points and belongs to one caller while it is changed; any
- * number of threads may read it. Addresses of keys and values are valid until the next insertion.
+ * number of threads may read it. Addresses of keys and values are valid until the next call that
+ * changes the table or makes room in it.
  */
 
 typedef struct movane_func movane_func;
@@ -420,7 +421,8 @@ MOVANE_API int lin_interp_double_subst(lin_interp_double* interpolator, double x
  *
  * A tone curve over a range of values and its inverse, kept as a record file of pairs
  * (file_double_*, services.h). In the file both members of a pair are relative to the range, 0
- * standing for `min` and 1 for `max`; calls deal in values of the range.
+ * standing for `min` and 1 for `max`; calls deal in values of the range. Records keep about four
+ * significant digits: a pair that is listed, or read from the file again, is rounded to them.
  */
 
 typedef struct grad_tab grad_tab;
@@ -508,14 +510,17 @@ MOVANE_C_END
  * last cell with fraction 1. The weight of a corner is the product of its factors in ascending
  * order of the dimensions. Weighted values are added, starting from 0, with the corners in the
  * order of their numbers; bit d of a corner's number is set when it is the upper one in dimension
- * d.
+ * d. In three dimensions a value is that of the base corner, plus three differences along the
+ * edges of the way to the diagonal corner, each times its fraction; where the last dimension has
+ * the largest fraction, the two ways are deliberately each the other's (docs/numerics.md).
  *
  * Any number of threads may interpolate through one object, or through copies of it, as long as
  * nobody writes values: a call keeps its working values to itself.
  *
  * Copies share the values and whatever else was allocated, and no destructor releases it: an
- * object's memory stays for the rest of the process. Leak checkers know it by the frame
- * "CLUT::CLUT".
+ * object's memory stays for the rest of the process. Leak checkers know it by the frames
+ * "CLUT::CLUT" and "CLUT::Begin"; in a release build they need to unwind without frame pointers
+ * (fast_unwind_on_malloc=0) to see them.
  */
 
 /// What each interpolated value passes on its way out.
