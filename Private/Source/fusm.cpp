@@ -199,7 +199,7 @@ void pass_through(const usm_filter& f, const InputRow& row, Sample** out) {
 template <class Sample>
 void sharpen(usm_filter& f, Sample** out) {
     auto* const responses      = reinterpret_cast<Response<Sample>*>(f.responses.get());
-    const std::ptrdiff_t width = std::max(f.width, 0);
+    const std::ptrdiff_t width = f.width;
     const bool together        = is_interleaved<Sample>(f);
     if (together) {
         respond<Sample>(f, 0, f.nr_channels, responses);
@@ -377,7 +377,7 @@ int fusm_start(usm_filter* f, int height, int width, fusm_line_done line_done, i
     }
     clear_rings(*f, samples * sizeof(std::uint16_t));
     f->height     = height;
-    f->width      = width;
+    f->width      = std::max(width, 0);
     f->line_done  = line_done;
     f->in_step    = in_step;
     f->limit_step = limit_step;

@@ -194,7 +194,8 @@ typedef struct usm_filter usm_filter;
 /// lets escape ends the process.
 typedef void (*fusm_line_done)(int component);
 
-/// Computes the channels in which the high-pass looks from an input line.
+/// Computes the channels in which the high-pass looks from an input line. An exception that it lets
+/// escape ends the process.
 ///
 /// @param in        array of nr_comp pointers to lines of the sample type in use (unsigned char*
 ///                  or unsigned short*), the input line as it was fed
@@ -208,8 +209,9 @@ typedef int (*fusm_comps)(void* in, int in_step, void* out, int out_step, int wi
 /// Creates a filter of strength 1 without noise reduction.
 ///
 /// @param radius         0, 1 or 2, see above
-/// @param maxval         largest sample, at least 1: 255, 65535, or any other. A level curve
-///                       takes larger samples for this.
+/// @param maxval         largest sample, at least 1: 255, 65535, or any other that the sample type
+///                       holds (results above that lose their upper bits). A level curve takes
+///                       larger samples for this.
 /// @param nr_comp        components, 0 to 4
 /// @param nr_channels    channels, 0 to 10; without a callback at most nr_comp
 /// @param comp_channels  for each component the channel it goes by, 0 to nr_channels-1; copied
@@ -285,11 +287,13 @@ MOVANE_API double* fusm_noise_red_get(usm_filter* f);
 ///
 /// @param comp    0 to nr_comp-1
 /// @param n       points; 0 removes the curve, another count below 2 is a failure
-/// @param level   n sample values in any order, no two the same
+/// @param level   n sample values in any order, no two the same: else the factor of that level is
+///                one of theirs, or the call fails
 /// @param factor  n factors, 1.0 leaves the high-pass as it is; they count in units of 1/256,
 ///                rounded, and from 0 to 65535 of these
 /// @return        1; 0 on failure, the component has no curve then
-/// @fails         "fusm_level_red_set: unable to create lin interp"  out of memory, too few points,
+/// @fails         that of the lin_interp_double call that failed, if any, then
+///                "fusm_level_red_set: unable to create lin interp"  out of memory, too few points,
 ///                                                                   or no function of the level
 MOVANE_API int fusm_level_red_set(usm_filter* f, int comp, int n, const double* level,
                                   const double* factor);
@@ -539,15 +543,17 @@ MOVANE_API void hist_med(hist* h, double* mean, double* sdev);
 ///
 /// @param percent  of the total
 /// @return         one above the value with which percent * total / 100, truncated, is reached,
-///                 counted from below; at most hi+1; lo-1 when that number is below 1
+///                 counted from below; at most hi+1; lo-1 when that number is below 1. Both wrap
+///                 at the ends of int.
 MOVANE_API int hist_percentile(hist* h, double percent);
 
 /* --- Ordered dither --------------------------------------------------------------------------
  *
  * Brings levels 0 to in_max to fewer levels 0 to out_max such that a cell of 4 x 4 pixels has the
- * right mean: each pixel of the cell has a threshold of its own (the Bayer matrix) above which the
- * remainder of the level lifts it to the next one. A table holds all cells; it is read-only once
- * made, any number of threads may use it.
+ * right mean, within 1/16 of a level: a level goes to the nearest output level, and each pixel of
+ * the cell has a threshold of its own (the Bayer matrix) below which the remainder must stay; a
+ * greater one lifts it to the next level or, when negative, lowers it. A table holds all cells; it
+ * is read-only once made, any number of threads may use it.
  */
 
 typedef struct rdither rdither;
@@ -574,7 +580,7 @@ MOVANE_API int rdither_val(rdither* d, int x, int y, int level);
 
 /// An addition to the family: rdither_val() for a line.
 ///
-/// @param in        levels, in_step samples apart
+/// @param in        levels from 0 to in_max, not checked; in_step samples apart
 /// @param out       receives the output levels, out_step bytes apart, less their upper bits; may
 ///                  not overlap the input
 /// @param x0,y      pixel of the first sample
@@ -615,15 +621,16 @@ MOVANE_API flood* flood_new(flood_inside inside, flood_fill fill);
 /// @return  0
 MOVANE_API int flood_kill(flood* f);
 
-/// Fills the region around a pixel: exactly the pixels that are connected with it, each once, the
-/// spans of a line from left to right. Fills nothing when the pixel itself is not inside.
+/// Fills the region around a pixel: exactly the pixels that are connected with it, each once, in
+/// spans of a line. Fills nothing when the pixel itself is not inside.
 ///
 /// @param user  given to the callbacks
 /// @param x,y   the pixel
 /// @return      1, also when memory runs short and a part remains unfilled
 /// @fails       "new_shdw: malloc failure"           a shadow is lost
 ///              "flood_do: new_shdw failed"          behind it, the first one
-///              "remove_overlap: algorithm failure"  the callbacks contradict themselves
+///              "remove_overlap: algorithm failure"  a shadow was lost, or the callbacks contradict
+///                                                   themselves
 MOVANE_API int flood_do(flood* f, void* user, int x, int y);
 
 MOVANE_C_END
