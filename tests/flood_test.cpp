@@ -1,0 +1,62 @@
+// The flood fill against a fill pixel by pixel, and against the order of spans it promises.
+
+#include "movane/imaging.h"
+
+#include "reference/flood_reference.h"
+#include "support/handle.h"
+#include "support/messages.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <random>
+
+namespace {
+
+using namespace movane_tests;
+
+TEST(Flood, FillsTheConnectedRegionOnceInTheOrderOfSpans) {
+    const MessageCapture capture;
+    const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
+    std::mt19937 random(1);
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    for (int round = 0; round < 30000; ++round) {
+        const int size = round % 100 == 0 ? 60 : 12;
+        FloodRaster raster(below(200) - 100, below(200) - 100, 1 + below(size), 1 + below(size));
+        const int density = below(101);
+        for (char& pixel : raster.pixels) pixel = below(100) < density ? 1 : 0;
+        // Walls and corridors, which noise has not.
+        for (int wall = below(4); wall > 0; --wall) {
+            const char value = below(2) ? 1 : 0;
+            const int x = below(raster.width), y = below(raster.height), along = below(2);
+            for (int i = 0; i < (along ? raster.width : raster.height); ++i)
+                *raster.at(raster.left + (along ? i : x), raster.top + (along ? y : i)) = value;
+        }
+        const int x = raster.left + below(raster.width), y = raster.top + below(raster.height);
+        FloodRaster plain = raster, model = raster;
+        fill_plainly(plain, x, y);
+        FloodModel(model).run(x, y);
+
+        ASSERT_EQ(flood_do(f, &raster, x, y), 1);
+        ASSERT_EQ(raster.strays, 0) << "round " << round;
+        ASSERT_TRUE(raster.pixels == plain.pixels) << "round " << round;
+        ASSERT_TRUE(raster.calls == model.calls) << "round " << round;
+        ASSERT_EQ(MessageCapture::take(), "");
+    }
+}
+
+TEST(Flood, StopsAtTheEndsOfInt) {
+    const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
+    for (const int left : {INT_MIN, INT_MAX - 3}) {
+        for (const int top : {INT_MIN, INT_MAX - 3}) {
+            FloodRaster raster(left, top, 4, 4);
+            raster.pixels.assign(raster.pixels.size(), 1);
+            flood_do(f, &raster, left + 1, top + 2);
+            EXPECT_EQ(raster.strays, 0);
+            EXPECT_EQ(std::ranges::count(raster.pixels, 2), 16);
+        }
+    }
+}
+
+}  // namespace
