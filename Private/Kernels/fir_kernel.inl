@@ -11,6 +11,8 @@
 // side by side. A tap is a pair of weights and the place of its samples in the tile; pairs of zero
 // are left out, and so for most kernels is nearly every upper half.
 
+#include "Kernels/strip.inl"
+
 constexpr int kStrip     = 256;          // outputs per tile
 constexpr int kTileWidth = kStrip + 32;  // and the margin of the kernel
 constexpr int kMaxTaps   = kFirMaxLines * (kFirMaxLines + 1) / 2;
@@ -65,23 +67,6 @@ void load_tile(const FirLine<Sample>& line, int first, int count, std::int16_t* 
         for (int x = 0; x < count; ++x)
             row[x] = static_cast<std::int16_t>(in[x * step] - kMiddle<Sample>);
     }
-}
-
-template <class Sample>
-void store_strip(const std::uint16_t* results, int count, Sample* out, std::ptrdiff_t step) {
-    if (step == 1) {
-        for (int x = 0; x < count; ++x) out[x] = static_cast<Sample>(results[x]);
-        return;
-    }
-    int x = 0;
-    for (; x + 4 <= count; x += 4) {  // four at a time: 1.3 times as fast
-        Sample* four   = out + x * step;
-        four[0]        = static_cast<Sample>(results[x]);
-        four[step]     = static_cast<Sample>(results[x + 1]);
-        four[2 * step] = static_cast<Sample>(results[x + 2]);
-        four[3 * step] = static_cast<Sample>(results[x + 3]);
-    }
-    for (; x < count; ++x) out[x * step] = static_cast<Sample>(results[x]);
 }
 
 struct BlockSums {
