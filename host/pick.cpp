@@ -35,7 +35,7 @@ Position parse_position(const std::string& text) {
     const bool has_comma  = x.ec == std::errc() && x.ptr != end && *x.ptr == ',';
     const auto y          = std::from_chars(has_comma ? x.ptr + 1 : end, end, position.y);
     if (!has_comma || y.ec != std::errc() || y.ptr != end || position.x < 0 || position.y < 0)
-        throw UsageError("X,Y: " + text +
+        throw UsageError("PIXEL: " + text +
                          " is not a column and a line, counted from 0, such as 10,20");
     return position;
 }
@@ -250,8 +250,8 @@ int run(const Options& options, Position position) {
 Action add_pick(CLI::App& app) {
     const auto options = std::make_shared<Options>();
     add_pipeline_options(app, options->pipeline);
-    app.add_option("X,Y", options->position,
-                   "column and line of the pixel, counted from 0; with --size, after resizing")
+    app.add_option("PIXEL", options->position,
+                   "X,Y: its column and line, counted from 0; with --size, after resizing")
         ->required();
     app.add_option("--report", options->report, "form of the report: text (the default) or json")
         ->check(CLI::IsMember({"text", "json"}));
