@@ -6,16 +6,6 @@
 #include <new>
 
 namespace host {
-namespace {
-
-// A cell of the dither has 16 pixels, so 16 steps between two levels are what it can show. Finer
-// ones would all lift its most sensitive pixel: one unit that the zoom has truncated from white
-// would put a dot into every cell of bare paper.
-constexpr int kCellSteps = 16;
-constexpr int kCellStep  = kDeepStep / kCellSteps;  // in units of the deep range
-
-}  // namespace
-
 Dither make_dither(unsigned in_max, unsigned out_max) {
     Dither dither(rdither_new(in_max, out_max));
     if (!dither) throw std::bad_alloc();

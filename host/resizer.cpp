@@ -5,23 +5,78 @@
 
 #include "movane/imaging.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <new>
+#include <optional>
 #include <type_traits>
+#include <vector>
 
 namespace host {
 namespace {
 
 constexpr int kMaxZoomTaps = 1000;  // lines that one line of the zoom's output may draw on
 
+struct KillZoom {
+    void operator()(izat_zoom* z) const { izat_kill(z); }
+};
+
 constexpr int taps(int from, int to) { return static_cast<int>(2.0 * from / to + 2); }
+
+// The zoom truncates its weights and sums, so white comes out a little darker, the more so the more
+// an image is reduced. What it makes of white, in one direction at a time, tells by how much each
+// output sample is to be raised again.
+class WhiteBalance {
+public:
+    WhiteBalance(Measures from, Measures to)
+        : columns_(gains({from.width, 1}, {to.width, 1})),
+          lines_(gains({1, from.height}, {1, to.height})) {}
+
+    /// Corrects the next line, interleaved; rounds to the steps of the dither, so that what was
+    /// flat is flat.
+    void operator()(std::vector<std::uint16_t>& line) {
+        const double gain_y        = lines_[y_++];
+        const std::size_t channels = line.size() / columns_.size();
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            const double steps = line[i] * columns_[i / channels] * gain_y / kCellStep;
+            line[i]            = static_cast<std::uint16_t>(
+                std::min(static_cast<int>(steps + 0.5), kDeepMax / kCellStep) * kCellStep);
+        }
+    }
+
+private:
+    // Of a white image that is a line or a column.
+    static std::vector<double> gains(Measures from, Measures to) {
+        struct Collector {
+            std::vector<std::uint16_t> line;
+            std::vector<double> gains;
+        } collector{std::vector<std::uint16_t>(static_cast<std::size_t>(to.width)), {}};
+        const auto on_line = [](void* user, int) {
+            auto& collected = *static_cast<Collector*>(user);
+            for (const std::uint16_t white : collected.line)
+                collected.gains.push_back(white > 0 ? static_cast<double>(kDeepMax) / white : 1);
+        };
+        std::vector<std::uint16_t> white(static_cast<std::size_t>(from.width), kDeepMax);
+        const std::unique_ptr<izat_zoom, KillZoom> zoom(izat_new(0));
+        if (!zoom || !izat_startwh(zoom.get(), 1, from.height, from.width, to.height, to.width,
+                                   &collector, on_line, 1, 1))
+            throw std::bad_alloc();
+        collector.gains.reserve(static_cast<std::size_t>(to.width) *
+                                static_cast<std::size_t>(to.height));
+        std::uint16_t* out = collector.line.data();
+        for (int y = 0; y < from.height; ++y) izat_mono(zoom.get(), white.data(), &out);
+        return collector.gains;
+    }
+
+    const std::vector<double> columns_, lines_;
+    std::size_t y_ = 0;
+};
 
 // The two families, each in the words of the other. `Sample` is a byte or a 16-bit word.
 struct Zoom {
-    struct Kill {
-        void operator()(izat_zoom* z) const { izat_kill(z); }
-    };
-    std::unique_ptr<izat_zoom, Kill> handle{izat_new(0)};
+    static constexpr bool kTruncatesWhite = true;
+    std::unique_ptr<izat_zoom, KillZoom> handle{izat_new(0)};
 
     bool start(int channels, Measures from, Measures to, izat_line_done line_done) const {
         return izat_start(handle.get(), channels, from.height, from.width, to.height, to.width,
@@ -45,6 +100,7 @@ struct Zoom {
 };
 
 struct Bilinear {
+    static constexpr bool kTruncatesWhite = false;
     struct Kill {
         void operator()(ibilin_filter* f) const { ibilin_kill(f); }
     };
@@ -80,6 +136,8 @@ public:
         if (!method_.handle ||
             !method_.start(channels_, {from.width, from.height}, to, on_channel_done))
             throw std::bad_alloc();
+        if (kIsDeep && Method::kTruncatesWhite)
+            white_balance_.emplace(Measures{from.width, from.height}, to);
     }
 
     void take(Line& line) override {
@@ -120,6 +178,8 @@ private:
     }
 
     void deliver() {
+        if constexpr (kIsDeep)
+            if (white_balance_) (*white_balance_)(out_);
         std::vector<Sample>& colours = colours_of(line_);
         if (channels_ == 3) {
             colours = out_;
@@ -142,6 +202,7 @@ private:
     const int channels_;
     const Method method_;
     std::vector<Sample> in_, out_;  // interleaved, alpha included
+    std::optional<WhiteBalance> white_balance_;
     Line line_;
     CallbackGuard guard_;
 };

@@ -26,7 +26,8 @@ int feed(usm_filter* f, unsigned short** in, unsigned short** out) {
 template <class Sample>
 class Unsharp final : public Stage {
 public:
-    Unsharp(const ImageInfo& image, const UnsharpSettings& settings) {
+    Unsharp(const ImageInfo& image, const UnsharpSettings& settings)
+        : is_low_(image.height < (settings.radius == 0 ? 3 : 5)) {
         const std::array<int, 3> channels = {0, 1, 2};
         filter_.reset(
             fusm_new(settings.radius, kIsDeep ? kDeepMax : 255, 3, 3, channels.data(), nullptr));
@@ -43,6 +44,12 @@ public:
     }
 
     void take(Line& line) override {
+        // An image of fewer lines than the filter looks at has nothing to sharpen, and the filter
+        // would give some of them twice.
+        if (is_low_) {
+            hand_on(line);
+            return;
+        }
         std::vector<Sample>& input = inputs_[fed_ % kRing];
         input                      = colours_of(line);
         alphas_[fed_ % kRing]      = line.alpha;
@@ -81,6 +88,7 @@ private:
     // process-wide: the filter's callback carries no pointer of ours.
     static inline Unsharp* running = nullptr;
 
+    const bool is_low_;
     std::unique_ptr<usm_filter, Kill> filter_;
     std::array<std::vector<Sample>, kRing> inputs_;
     std::array<std::vector<unsigned char>, kRing> alphas_;
