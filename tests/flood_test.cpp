@@ -11,13 +11,25 @@
 #include <algorithm>
 #include <climits>
 #include <random>
+#include <string_view>
 
 namespace {
 
 using namespace movane_tests;
 
-TEST(Flood, FillsTheConnectedRegionOnceInTheOrderOfSpans) {
+void expect_filled(flood* f, FloodRaster& raster, int x, int y) {
     const MessageCapture capture;
+    FloodRaster plain = raster, model = raster;
+    fill_plainly(plain, x, y);
+    FloodModel(model).run(x, y);
+    ASSERT_EQ(flood_do(f, &raster, x, y), 1);
+    ASSERT_EQ(raster.strays, 0);
+    ASSERT_TRUE(raster.pixels == plain.pixels);
+    ASSERT_TRUE(raster.calls == model.calls);
+    ASSERT_EQ(MessageCapture::take(), "");
+}
+
+TEST(Flood, FillsTheConnectedRegionOnceInTheOrderOfSpans) {
     const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
     std::mt19937 random(1);
     const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
@@ -34,16 +46,26 @@ TEST(Flood, FillsTheConnectedRegionOnceInTheOrderOfSpans) {
                 *raster.at(raster.left + (along ? i : x), raster.top + (along ? y : i)) = value;
         }
         const int x = raster.left + below(raster.width), y = raster.top + below(raster.height);
-        FloodRaster plain = raster, model = raster;
-        fill_plainly(plain, x, y);
-        FloodModel(model).run(x, y);
-
-        ASSERT_EQ(flood_do(f, &raster, x, y), 1);
-        ASSERT_EQ(raster.strays, 0) << "round " << round;
-        ASSERT_TRUE(raster.pixels == plain.pixels) << "round " << round;
-        ASSERT_TRUE(raster.calls == model.calls) << "round " << round;
-        ASSERT_EQ(MessageCapture::take(), "");
+        ASSERT_NO_FATAL_FAILURE(expect_filled(f, raster, x, y)) << "round " << round;
     }
+}
+
+// A shadow from above lies in a gap of a line that is scanned from below: what remains of the
+// shadow cast upwards must not begin in the gap. One in a million of random rasters does this.
+TEST(Flood, KeepsRemaindersOfShadowsWithinThem) {
+    const std::string_view lines =
+        "#.##.#..####.###.#"
+        ".##.####..####.###"
+        "#############.#..#"
+        "#.....#..##.###.##"
+        ".#.#.###..########"
+        "###...####.#####.#"
+        "###############.##"
+        "#########.#####.#.";
+    FloodRaster raster(0, 0, 18, 8);
+    std::ranges::transform(lines, raster.pixels.begin(), [](char c) { return c == '#'; });
+    const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
+    expect_filled(f, raster, 15, 1);
 }
 
 TEST(Flood, StopsAtTheEndsOfInt) {

@@ -32,7 +32,8 @@ TEST(Hist, CountsAndReportsWhatAMapDoes) {
     };
     for (int round = 0; round < 2000; ++round) {
         const bool at_end = round % 10 == 0;
-        const int lo = at_end ? INT_MIN + within(0, 2) : within(-40, 40), hi = lo + within(at_end ? 0 : -2, 60);
+        const int lo      = at_end ? INT_MIN + within(0, 2) : within(-40, 40),
+                  hi      = lo + within(at_end ? 0 : -2, 60);
         const Handle h(hist_new(lo, hi), hist_kill);
         std::map<long long, long long> counts;
         int fed = 0;

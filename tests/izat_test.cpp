@@ -64,6 +64,7 @@ TEST(Izat, RefusesWhatItCannotDoAndIsHarmlessThen) {
     expect_failed(start(1, 999, 2, 2, 2), 0, "izat_start: max zoom factor exceeded");
     izat_mono_b(zoom.record, in, &out);
     expect_failed(start(16, 1, INT_MAX, 1, 1), 0, "izat_start: insuf. mem");
+    expect_failed(start(1, 1, 1, 1, INT_MAX), 0, "izat_start: insuf. mem");
     izat_mono_b(zoom.record, in, &out);
     EXPECT_EQ(std::vector<int>(line, line + 4), (std::vector<int>{1, 2, 3, 4}));
 }

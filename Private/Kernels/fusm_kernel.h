@@ -7,7 +7,12 @@
 
 namespace movane {
 
-constexpr int kFusmMaxRows = 5;
+constexpr int kFusmMaxRows        = 5;
+constexpr int kFusmMaxInterleaved = 4;
+
+/// Sums of 8-bit samples and corrections up to here fit 16 bits; larger corrections do what this
+/// does as long as maxval is not larger.
+constexpr int kFusmNarrow = 32000;
 
 /// The high-pass of a sample: sums of 16 samples of 8 bits, or of 16 bits, in magnitude.
 template <class Sample>
@@ -26,7 +31,7 @@ struct FusmWindow {
     const Sample*
         rows[kFusmMaxRows];  // 3 for radius 0, else 5, at the sample under the first output
     std::ptrdiff_t step;     // samples between neighbouring pixels
-    std::ptrdiff_t stride;   // samples from output to output: step, or 1 for all between
+    int channels;            // 1, or all of `step` interleaved ones, kFusmMaxInterleaved at most
     typename FusmResponse<Sample>::Type* out;
     std::ptrdiff_t count;  // outputs; they lie side by side
 };
@@ -55,6 +60,6 @@ struct FusmKernels {
     void (*correct_16)(const FusmLine<std::uint16_t>&);
 };
 
-extern const FusmKernels fusm_scalar, fusm_sse41, fusm_avx2;
+extern const FusmKernels fusm_scalar, fusm_avx2;
 
 }  // namespace movane

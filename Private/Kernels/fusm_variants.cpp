@@ -6,7 +6,6 @@ namespace {
 constexpr Variant<FusmKernels> kBestFirst[] = {
 #ifndef MOVANE_SCALAR_ONLY
     {Cpu::avx2, &fusm_avx2},
-    {Cpu::sse41, &fusm_sse41},
 #endif
     {Cpu::baseline, &fusm_scalar},
 };

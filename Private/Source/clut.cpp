@@ -1,9 +1,10 @@
 // Colour lookup table of floats.
 //
 // Each kernel is a loop over points: a single point is a line of one, so that both give the same
-// bits. Channels are innermost, four at a time, each with its own sum: their order in a sum is
-// fixed, and the compiler may put them side by side. Everything but the values and the constants
-// of Begin() is local to a call.
+// bits. Channels are innermost, four side by side, each with its own sum, so that the order in
+// a sum is fixed. Channels that make no four are computed in one nevertheless: the others are
+// read from the next grid point, or from the room behind the last one, and dropped. Everything
+// but the values and the constants of Begin() is local to a call.
 
 #include "movane/interpolation.h"
 
@@ -13,12 +14,12 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace {
 
 constexpr int kMostDims     = 16;
 constexpr int kMostChannels = 255;
-constexpr int kGroup        = 4;  // channels that are computed together
 
 // Dimensions whose corner weights are kept at once; more are worked off in blocks of so many.
 constexpr int kBlockDims = 8;
@@ -58,15 +59,38 @@ using Lattice = ClutLattice;
 
 double clip(float value) { return value < 0 ? 0.0 : value > 1 ? 1.0 : value; }
 
-// --- output: the usual clipping is inlined, a function of the host is called -------------------
+// --- four channels ---------------------------------------------------------------------------
 
+using Four = float [[gnu::vector_size(4 * sizeof(float))]];
+
+constexpr int kFour = 4;
+
+inline Four load(const float* values) {
+    Four four;
+    std::memcpy(&four, values, sizeof four);
+    return four;
+}
+
+// The usual clipping is inlined, a function of the host is called.
 struct Clip {
-    double operator()(float value) const { return clip(value); }
+    void operator()(Four values, int count, double* out) const {
+        using Doubles = double [[gnu::vector_size(kFour * sizeof(double))]];
+        values        = values < 0 ? Four{} : values;
+        values        = values > 1 ? Four{1, 1, 1, 1} : values;
+        if (count >= kFour) {
+            const Doubles wide = __builtin_convertvector(values, Doubles);
+            std::memcpy(out, &wide, sizeof wide);
+        } else {
+            for (int k = 0; k < count; ++k) out[k] = values[k];
+        }
+    }
 };
 
 struct Call {
     clut_output output;
-    double operator()(float value) const noexcept { return output(value); }
+    void operator()(Four values, int count, double* out) const noexcept {
+        for (int k = 0; k < std::min(count, kFour); ++k) out[k] = output(values[k]);
+    }
 };
 
 // --- location --------------------------------------------------------------------------------
@@ -98,6 +122,14 @@ inline const float* base_corner(const Lattice& lattice, const Top* tops, const d
     return lattice.data + base;
 }
 
+// Tables of three dimensions have no array of coordinates.
+template <int kDims>
+inline const float* base_corner(const Lattice& lattice, const double* in, float* fractions) {
+    if (kDims == 3 || !lattice.top_coordinates)
+        return base_corner<kDims>(lattice, lattice.tops, in, fractions);
+    return base_corner<kDims>(lattice, lattice.top_coordinates, in, fractions);
+}
+
 // --- tetrahedra ------------------------------------------------------------------------------
 
 // The way from the base corner to the diagonal one, by what is less than what: bit 0 fz < fy,
@@ -114,144 +146,118 @@ constexpr std::uint8_t kWays[8][3] = {
     {1, 2, 0},  // fy > fz > fx, and fy < fx: cannot be
 };
 
-template <int kCount, class Output>
-inline void blend(const float* const (&corners)[4], const float (&weights)[3], int c, double* out,
-                  Output output) {
-    for (int k = 0; k < kCount; ++k) {
-        const float v0 = corners[0][c + k], v1 = corners[1][c + k], v2 = corners[2][c + k],
-                    v3 = corners[3][c + k];
-        out[c + k] =
-            output(v0 + (v1 - v0) * weights[0] + (v2 - v1) * weights[1] + (v3 - v2) * weights[2]);
-    }
-}
-
 template <class Output>
 void tetrahedral(const Lattice& lattice, double* out, const double* in, int count, Output output) {
     for (; count > 0; --count, in += 3, out += lattice.channels) {
         float f[3];
-        const float* const base = base_corner<3>(lattice, lattice.tops, in, f);
+        const float* const base = base_corner<3>(lattice, in, f);
 
-        const int less       = f[2] < f[1] ? 1 : 0;
-        const int second     = (less ? f[2] > f[0] : f[2] < f[0]) ? 2 : 0;
-        const int third      = f[1] < f[0] ? 4 : 0;
-        const auto& way      = kWays[less + second + third];
+        const int less   = f[2] < f[1] ? 1 : 0;
+        const int second = (less ? f[2] > f[0] : f[2] < f[0]) ? 2 : 0;
+        const int third  = f[1] < f[0] ? 4 : 0;
+        const auto& way  = kWays[less + second + third];
+
         const float* const p = base + lattice.sizes[way[0]];
-
-        const float* const corners[] = {base, p, p + lattice.sizes[way[1]],
-                                        base + lattice.offsets[7]};
-        const float weights[]        = {f[way[0]], f[way[1]], f[way[2]]};
-
-        int c = 0;
-        for (; c + kGroup <= lattice.channels; c += kGroup)
-            blend<kGroup>(corners, weights, c, out, output);
-        switch (lattice.channels - c) {
-            case 3:
-                blend<3>(corners, weights, c, out, output);
-                break;
-            case 2:
-                blend<2>(corners, weights, c, out, output);
-                break;
-            case 1:
-                blend<1>(corners, weights, c, out, output);
-                break;
+        const float* const q = p + lattice.sizes[way[1]];
+        const float* const r = base + lattice.offsets[7];
+        for (int c = 0; c < lattice.channels; c += kFour) {
+            const Four v0 = load(base + c), v1 = load(p + c), v2 = load(q + c), v3 = load(r + c);
+            output(v0 + (v1 - v0) * f[way[0]] + (v2 - v1) * f[way[1]] + (v3 - v2) * f[way[2]],
+                   lattice.channels - c, out + c);
         }
     }
 }
 
 // --- multilinear -----------------------------------------------------------------------------
 
-// Weights of the corners in `dims` dimensions, from those in none: ascending dimensions double
-// them.
-inline void weigh(const float* fractions, int dims, float* weights) {
-    weights[0] = 1.0F;
-    for (int d = 0; d < dims; ++d) {
-        const int half    = 1 << d;
-        const float lower = 1.0F - fractions[d];
-        for (int b = 0; b < half; ++b) {
-            weights[half + b] = weights[b] * fractions[d];
-            weights[b]        = weights[b] * lower;
-        }
-    }
-}
-
-template <int kCount>
-inline void add_corners(const float* base, const int* offsets, const float* weights, int corners,
-                        float* sums) {
-    float local[kCount];
-    for (int k = 0; k < kCount; ++k) local[k] = sums[k];
-    for (int b = 0; b < corners; ++b) {
-        const float* const values = base + offsets[b];
-        for (int k = 0; k < kCount; ++k) local[k] += weights[b] * values[k];
-    }
-    for (int k = 0; k < kCount; ++k) sums[k] = local[k];
-}
-
-inline void add_corners(const float* base, const int* offsets, const float* weights, int corners,
-                        int channels, float* sums) {
-    int c = 0;
-    for (; c + kGroup <= channels; c += kGroup)
-        add_corners<kGroup>(base + c, offsets, weights, corners, sums + c);
-    switch (channels - c) {
-        case 3:
-            add_corners<3>(base + c, offsets, weights, corners, sums + c);
-            break;
-        case 2:
-            add_corners<2>(base + c, offsets, weights, corners, sums + c);
-            break;
-        case 1:
-            add_corners<1>(base + c, offsets, weights, corners, sums + c);
-            break;
-    }
-}
-
-// Any number of dimensions when kDims is 0.
+// Weights are products in ascending order of the dimensions, whichever of them are doubled at
+// once. Sums start from 0 and take the corners in ascending order.
 template <int kDims, class Output>
 void multilinear(const Lattice& lattice, double* out, const double* in, int count, Output output) {
-    const int dims       = kDims ? kDims : lattice.dims;
-    const int block_dims = std::min(dims, kBlockDims);
-    const int block      = 1 << block_dims;
-    for (; count > 0; --count, in += dims, out += lattice.channels) {
-        float fractions[kDims ? kDims : kMostDims], weights[kDims ? 1 << kDims : kBlockSize];
-        float sums[kMostChannels];
-        const float* const base =
-            kDims == 3 ? base_corner<kDims>(lattice, lattice.tops, in, fractions)
-                       : base_corner<kDims>(lattice, lattice.top_coordinates, in, fractions);
-        std::fill_n(sums, lattice.channels, 0.0F);
-        weigh(fractions, block_dims, weights);
-        if (dims == block_dims) {
-            add_corners(base, lattice.offsets, weights, block, lattice.channels, sums);
-        } else {
-            for (int first = 0; first < 1 << dims; first += block) {
-                float products[kBlockSize];
-                std::copy_n(weights, kBlockSize, products);
-                for (int d = block_dims; d < dims; ++d) {
-                    const bool is_upper = (first & lattice.bit_weights[dims - 1 - d]) != 0;
-                    const float f       = is_upper ? fractions[d] : 1.0F - fractions[d];
-                    for (float& product : products) product *= f;
-                }
-                add_corners(base, lattice.offsets + first, products, block, lattice.channels, sums);
+    constexpr int kFours = 1 << (kDims - 2);
+    for (; count > 0; --count, in += kDims, out += lattice.channels) {
+        float f[kDims];
+        const float* const base = base_corner<kDims>(lattice, in, f);
+        const float x = 1 - f[0], y = 1 - f[1];
+        Four weights[kFours] = {{x * y, f[0] * y, x * f[1], f[0] * f[1]}};
+        for (int d = 2; d < kDims; ++d) {
+            const int half = 1 << (d - 2);
+            for (int b = 0; b < half; ++b) {
+                weights[half + b] = weights[b] * f[d];
+                weights[b]        = weights[b] * (1 - f[d]);
             }
         }
-        for (int c = 0; c < lattice.channels; ++c) out[c] = output(sums[c]);
+        for (int c = 0; c < lattice.channels; c += kFour) {
+            Four sum{};
+            for (int b = 0; b < 1 << kDims; ++b)
+                sum += weights[b / 4][b % 4] * load(base + c + lattice.offsets[b]);
+            output(sum, lattice.channels - c, out + c);
+        }
+    }
+}
+
+// Any number of dimensions: the weights of the first ones, then, for each way to go in the
+// others, their products with its factors.
+template <class Output>
+void multilinear_general(const Lattice& lattice, double* out, const double* in, int count,
+                         Output output) {
+    const int dims = lattice.dims, block_dims = std::min(dims, kBlockDims);
+    const int block = 1 << block_dims;
+    for (; count > 0; --count, in += dims, out += lattice.channels) {
+        float f[kMostDims], weights[kBlockSize];
+        const float* const base = base_corner<0>(lattice, in, f);
+        weights[0]              = 1;
+        for (int d = 0; d < block_dims; ++d) {
+            const int half = lattice.bit_weights[dims - 1 - d];
+            for (int b = 0; b < half; ++b) {
+                weights[half + b] = weights[b] * f[d];
+                weights[b]        = weights[b] * (1 - f[d]);
+            }
+        }
+        Four sums[(kMostChannels + kFour - 1) / kFour];
+        for (int c = 0; c < lattice.channels; c += kFour) sums[c / kFour] = Four{};
+        for (int first = 0; first < 1 << dims; first += block) {
+            float products[kBlockSize];
+            std::copy_n(weights, block, products);
+            for (int d = block_dims; d < dims; ++d) {
+                const bool is_upper = (first & lattice.bit_weights[dims - 1 - d]) != 0;
+                const float factor  = is_upper ? f[d] : 1 - f[d];
+                for (float& product : products) product *= factor;
+            }
+            for (int c = 0; c < lattice.channels; c += kFour) {
+                Four sum = sums[c / kFour];
+                for (int b = 0; b < block; ++b)
+                    sum += products[b] * load(base + c + lattice.offsets[first + b]);
+                sums[c / kFour] = sum;
+            }
+        }
+        for (int c = 0; c < lattice.channels; c += kFour)
+            output(sums[c / kFour], lattice.channels - c, out + c);
     }
 }
 
 // --- choice ----------------------------------------------------------------------------------
 
-template <int kDims>
-void multilinear_line(const Lattice& lattice, double* out, const double* in, int count) {
-    if (lattice.output == clip) {
-        multilinear<kDims>(lattice, out, in, count, Clip{});
-    } else {
-        multilinear<kDims>(lattice, out, in, count, Call{lattice.output});
-    }
+// The kernel of so many dimensions, or one of these.
+constexpr int kGeneral = 0, kTetrahedral = -3;
+
+template <class Output>
+void interpolate(int kernel, const Lattice& lattice, double* out, const double* in, int count,
+                 Output output) {
+    if (kernel == kTetrahedral) return tetrahedral(lattice, out, in, count, output);
+    if (kernel == 3) return multilinear<3>(lattice, out, in, count, output);
+    if (kernel == 4) return multilinear<4>(lattice, out, in, count, output);
+    if (kernel == 5) return multilinear<5>(lattice, out, in, count, output);
+    if (kernel == 6) return multilinear<6>(lattice, out, in, count, output);
+    multilinear_general(lattice, out, in, count, output);
 }
 
-void tetrahedral_line(const Lattice& lattice, double* out, const double* in, int count) {
+void interpolate(int kernel, const CLUT& table, double* out, const double* in, int count) {
+    const Lattice lattice(table);
     if (lattice.output == clip) {
-        tetrahedral(lattice, out, in, count, Clip{});
+        interpolate(kernel, lattice, out, in, count, Clip{});
     } else {
-        tetrahedral(lattice, out, in, count, Call{lattice.output});
+        interpolate(kernel, lattice, out, in, count, Call{lattice.output});
     }
 }
 
@@ -283,7 +289,7 @@ CLUT::CLUT(unsigned char inDim, unsigned char* gridPoints, unsigned char outChan
         values *= grid_points_[d];
         if (std::max(points, values) > INT_MAX) return;
     }
-    auto copy = movane::make_block<float>(static_cast<std::size_t>(values));
+    auto copy = movane::make_zeroed_block<float>(static_cast<std::size_t>(values) + kFour - 1);
     if (!copy) return;
     std::copy_n(data, values, copy.get());
     nr_points_ = static_cast<unsigned>(points);
@@ -296,6 +302,7 @@ CLUT& CLUT::operator=(const CLUT& other) = default;
 CLUT::~CLUT()                            = default;
 
 void CLUT::Begin() {
+    if (nr_points_ == 0) return;
     const int dims = input_dims_;
     nr_corners_    = 1U << dims;
     for (int d = 0; d < dims; ++d) {
@@ -343,36 +350,15 @@ void CLUT::InterpolateLine(double* out, const double* in, int count) {
         for (; count > 0; --count, out += output_channels_) std::fill_n(out, output_channels_, 0.0);
         return;
     }
-    const Lattice lattice(*this);
-    switch (input_dims_) {
-        case 3:
-            return tetrahedral_line(lattice, out, in, count);
-        case 4:
-            return multilinear_line<4>(lattice, out, in, count);
-        case 5:
-            return multilinear_line<5>(lattice, out, in, count);
-        case 6:
-            return multilinear_line<6>(lattice, out, in, count);
-        default:
-            return multilinear_line<0>(lattice, out, in, count);
-    }
+    const int dims = input_dims_;
+    interpolate(dims == 3 ? kTetrahedral : dims <= 6 ? dims : kGeneral, *this, out, in, count);
 }
 
 void CLUT::Interp3dTetra(double* out, const double* in) {
-    tetrahedral_line(Lattice(*this), out, in, 1);
+    interpolate(kTetrahedral, *this, out, in, 1);
 }
-void CLUT::Interp3d(double* out, const double* in) {
-    multilinear_line<3>(Lattice(*this), out, in, 1);
-}
-void CLUT::Interp4d(double* out, const double* in) {
-    multilinear_line<4>(Lattice(*this), out, in, 1);
-}
-void CLUT::Interp5d(double* out, const double* in) {
-    multilinear_line<5>(Lattice(*this), out, in, 1);
-}
-void CLUT::Interp6d(double* out, const double* in) {
-    multilinear_line<6>(Lattice(*this), out, in, 1);
-}
-void CLUT::InterpND(double* out, const double* in) {
-    multilinear_line<0>(Lattice(*this), out, in, 1);
-}
+void CLUT::Interp3d(double* out, const double* in) { interpolate(3, *this, out, in, 1); }
+void CLUT::Interp4d(double* out, const double* in) { interpolate(4, *this, out, in, 1); }
+void CLUT::Interp5d(double* out, const double* in) { interpolate(5, *this, out, in, 1); }
+void CLUT::Interp6d(double* out, const double* in) { interpolate(6, *this, out, in, 1); }
+void CLUT::InterpND(double* out, const double* in) { interpolate(kGeneral, *this, out, in, 1); }

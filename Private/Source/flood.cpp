@@ -2,8 +2,8 @@
 //
 // A filled span casts shadows onto the lines above and below: candidates for the next spans. All
 // shadows on one line are taken up together, from left to right; where a span meets shadows that
-// were cast onto it from spans already filled, it need not look back at those (U. Shani, "Filling
-// regions in binary raster images", SIGGRAPH 1980, has the idea).
+// were cast onto it from spans already filled, it need not look back at those (K. P. Fishkin and
+// B. A. Barsky, "An analysis and algorithm for filling propagation", Graphics Interface 1985).
 //
 // The order of spans is that of one list of pending shadows, newest first, of which each taking of
 // a line turns the rest around. Here nothing is walked: shadows are linked twice, among all and

@@ -31,7 +31,7 @@ constexpr movane::Reporter report{"MOVANE/Private/Source/fusm"};
 
 constexpr int kMaxRadius     = 2;
 constexpr int kMaxRows       = movane::kFusmMaxRows;
-constexpr int kMaxComps      = 4;
+constexpr int kMaxComps      = movane::kFusmMaxInterleaved;  // and so many channels of lines
 constexpr int kMaxChannels   = 10;
 constexpr int kMaxGain       = 65535;
 constexpr double kLevelUnits = 256.0;  // per factor of 1
@@ -166,11 +166,11 @@ void respond(const usm_filter& f, int channel, int channels, Response<Sample>* o
     const std::ptrdiff_t border = std::ptrdiff_t{std::min(f.half, f.width)} * channels,
                          end    = std::ptrdiff_t{f.width} * channels;
     if (f.width > 2 * f.half) {
-        FusmWindow<Sample> window{.rows   = {},
-                                  .step   = step,
-                                  .stride = channels > 1 ? 1 : step,
-                                  .out    = out + border,
-                                  .count  = end - 2 * border};
+        FusmWindow<Sample> window{.rows     = {},
+                                  .step     = step,
+                                  .channels = channels,
+                                  .out      = out + border,
+                                  .count    = end - 2 * border};
         for (int row = 0; row < f.rows; ++row)
             window.rows[row] = source_line<Sample>(f, row, channel) + f.half * step;
         high_pass(f.radius, window);

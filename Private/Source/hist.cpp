@@ -78,11 +78,16 @@ int hist_kill(hist* h) {
 // --- counting ----------------------------------------------------------------------------------
 
 void hist_point(hist* h, const int* values, int n) {
-    int* const counts       = h->counts.get();
-    const std::int64_t last = h->bins - 1, below = std::int64_t{h->lo} - 1;
+    int* const counts   = h->counts.get();
+    const auto lo       = static_cast<std::uint32_t>(h->lo);
+    const auto in_range = static_cast<std::uint32_t>(std::max(h->bins - 2, 0));
     for (std::ptrdiff_t i = 0; i < n; ++i) {
-        int& count = counts[std::clamp<std::int64_t>(values[i] - below, 0, last)];
-        count      = sum32(count, 1);
+        // Below lo this wraps, so that one comparison tells what lies within.
+        const std::uint32_t above_lo = static_cast<std::uint32_t>(values[i]) - lo;
+        std::size_t bin              = std::size_t{above_lo} + 1;
+        if (above_lo >= in_range) [[unlikely]]
+            bin = values[i] < h->lo ? 0 : static_cast<std::size_t>(h->bins - 1);
+        counts[bin] = sum32(counts[bin], 1);
     }
     h->total = sum32(h->total, n);
 }

@@ -6,32 +6,35 @@
 
 #include "movane/imaging.h"
 
+#include "Kernels/ibilin_variants.h"
 #include "Support/memory.h"
 #include "Support/report.h"
-#include "resample.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <limits>
 #include <utility>
 
 namespace {
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ibilin"};
 
-constexpr int kMaxChannels      = 4;
-constexpr std::int32_t k1_16_16 = 65536;
+constexpr int kMaxChannels = 4;
+constexpr int kMaxWidth    = std::numeric_limits<int>::max() - 1024;  // kernels count in blocks
+constexpr double kOne16_16 = 65536.0;
 
 // Where an output stands between two inputs.
-struct Blend {
-    std::int32_t from, to;        // numbers of the inputs
-    std::int32_t rest, fraction;  // their weights, 16.16; together 1.0
+struct Position {
+    std::int32_t from, to;   // numbers of the inputs
+    std::uint16_t fraction;  // weight of the latter, in units of 1/65536
 };
 
 }  // namespace
 
-// Invariants: without a successful start out_height is 0, and nothing else is looked at. Lines are
-// kept in 16 bits with sign: 8-bit samples as they are, 16-bit samples less 32768.
+// Invariants: without a successful start out_height is 0, and nothing else is looked at. Lines and
+// the tables of columns have `pitch` entries; where a fraction is 0, right is left.
 struct ibilin_filter {
     int tag;
     int channels;
@@ -40,54 +43,62 @@ struct ibilin_filter {
     ibilin_line_done line_done;
     int lines_in[kMaxChannels];
     int lines_out[kMaxChannels];
-    movane::Block<std::int16_t> store;
-    std::int16_t *previous[kMaxChannels], *current[kMaxChannels];
-    movane::Columns columns;
-    movane::Block<Blend> rows;
+    movane::Block<std::uint16_t> store;
+    std::uint16_t *previous[kMaxChannels], *current[kMaxChannels];
+    movane::Block<std::int32_t> left, right;  // in samples
+    movane::Block<std::uint16_t> fractions;
+    movane::Block<Position> rows;
     void* out_line[kMaxChannels];
+
+    std::size_t pitch() const {
+        constexpr std::size_t kBlock = movane::kIbilinBlock;
+        return (static_cast<std::size_t>(out_width) + kBlock - 1) / kBlock * kBlock;
+    }
 };
 
 namespace {
 
 // --- the tables of an image ------------------------------------------------------------------
 
-Blend blend_of(int i, int inputs, int outputs) {
-    const double p     = static_cast<double>(i) * inputs / outputs;
-    const int from     = static_cast<int>(p);
-    const int fraction = static_cast<int>((p - from) * k1_16_16);
-    return {from, std::min(from + 1, inputs - 1), k1_16_16 - fraction, fraction};
+Position position_of(int i, int inputs, int outputs) {
+    const double p = static_cast<double>(i) * inputs / outputs;
+    const int from = static_cast<int>(p);
+    return {from, std::min(from + 1, inputs - 1),
+            static_cast<std::uint16_t>((p - from) * kOne16_16)};
 }
 
 bool make_columns(ibilin_filter& f) {
-    if (!f.columns.make(f.in_width, f.out_width, 2)) return false;
+    const std::int64_t end = std::int64_t{f.in_width} * f.in_step;
+    if (std::abs(end) > std::numeric_limits<std::int32_t>::max() || f.out_width > kMaxWidth)
+        return false;
+    f.left      = movane::make_zeroed_block<std::int32_t>(f.pitch());
+    f.right     = movane::make_zeroed_block<std::int32_t>(f.pitch());
+    f.fractions = movane::make_zeroed_block<std::uint16_t>(f.pitch());
+    if (!f.left || !f.right || !f.fractions) return false;
     for (int x = 0; x < f.out_width; ++x) {
-        const Blend b              = blend_of(x, f.in_width, f.out_width);
-        const std::int32_t two[]   = {b.rest, b.fraction};
-        const std::int32_t whole[] = {k1_16_16};
-        if (b.to > b.from)
-            f.columns.set(x, b.from, two, 2);
-        else
-            f.columns.set(x, b.from, whole, 1);
+        const Position p = position_of(x, f.in_width, f.out_width);
+        f.left[x]        = p.from * f.in_step;
+        f.right[x]       = (p.fraction != 0 ? p.to : p.from) * f.in_step;
+        f.fractions[x]   = p.fraction;
     }
     return true;
 }
 
 bool make_rows(ibilin_filter& f) {
-    f.rows = movane::make_block<Blend>(static_cast<std::size_t>(f.out_height));
+    f.rows = movane::make_block<Position>(static_cast<std::size_t>(f.out_height));
     if (!f.rows) return false;
-    for (int y = 0; y < f.out_height; ++y) f.rows[y] = blend_of(y, f.in_height, f.out_height);
+    for (int y = 0; y < f.out_height; ++y) f.rows[y] = position_of(y, f.in_height, f.out_height);
     return true;
 }
 
 bool make_lines(ibilin_filter& f) {
-    const std::size_t pitch = movane::resample_pitch(f.out_width);
-    f.store =
-        movane::make_zeroed_block<std::int16_t>(static_cast<std::size_t>(2 * f.channels), pitch);
+    const auto lines = static_cast<std::size_t>(2 * f.channels);
+    f.store          = movane::make_zeroed_block<std::uint16_t>(lines, f.pitch());
     if (!f.store) return false;
-    std::int16_t* line = f.store.get();
+    std::uint16_t* line = f.store.get();
     for (int ch = 0; ch < f.channels; ++ch) {
-        f.previous[ch] = std::exchange(line, line + pitch);
-        f.current[ch]  = std::exchange(line, line + pitch);
+        f.previous[ch] = std::exchange(line, line + f.pitch());
+        f.current[ch]  = std::exchange(line, line + f.pitch());
     }
     return true;
 }
@@ -114,10 +125,6 @@ const char* prepare(ibilin_filter& f, int channels, int in_height, int in_width,
 
 // --- one line of one channel -----------------------------------------------------------------
 
-// 32768 * 65536: what lies between 16-bit samples and the lines kept, in either direction.
-template <class Sample>
-constexpr std::uint32_t kMiddle = sizeof(Sample) == 1 ? 0 : 0x80000000;
-
 void announce(const ibilin_filter& f, int channel) noexcept {
     if (f.line_done) f.line_done(channel);
 }
@@ -125,22 +132,35 @@ void announce(const ibilin_filter& f, int channel) noexcept {
 template <class Sample>
 void take_line(ibilin_filter& f, const Sample* in, int channel) {
     std::swap(f.previous[channel], f.current[channel]);
-    f.columns.scale(in, f.in_step, kMiddle<Sample>, f.current[channel]);
+    const movane::MixColumns<Sample> columns{.in        = in,
+                                             .left      = f.left.get(),
+                                             .right     = f.right.get(),
+                                             .fractions = f.fractions.get(),
+                                             .out       = f.current[channel],
+                                             .count     = f.out_width};
+    if constexpr (sizeof(Sample) == 1) {
+        movane::ibilin_kernels().mix_columns_8(columns);
+    } else {
+        movane::ibilin_kernels().mix_columns_16(columns);
+    }
     const bool is_first = f.lines_in[channel] == 0;
     if (is_first) std::copy_n(f.current[channel], f.out_width, f.previous[channel]);
 }
 
 template <class Sample>
-void write_line(const ibilin_filter& f, int channel, const Blend& row) {
-    const std::int16_t* const lines[] = {f.previous[channel], f.current[channel]};
-    const std::int32_t weights[]      = {row.rest, row.fraction};
-    movane::blend(movane::BlendLines<Sample>{.lines         = lines,
-                                             .weights_16_16 = weights,
-                                             .line_count    = 2,
-                                             .bias          = kMiddle<Sample>,
-                                             .out      = static_cast<Sample*>(f.out_line[channel]),
-                                             .out_step = f.out_step,
-                                             .count    = f.out_width});
+void write_line(const ibilin_filter& f, int channel, std::uint16_t fraction) {
+    const movane::MixLines<Sample> lines{
+        .upper    = f.previous[channel],
+        .lower    = fraction != 0 ? f.current[channel] : f.previous[channel],
+        .fraction = fraction,
+        .out      = static_cast<Sample*>(f.out_line[channel]),
+        .out_step = f.out_step,
+        .count    = f.out_width};
+    if constexpr (sizeof(Sample) == 1) {
+        movane::ibilin_kernels().mix_lines_8(lines);
+    } else {
+        movane::ibilin_kernels().mix_lines_16(lines);
+    }
 }
 
 template <class Sample>
@@ -152,7 +172,7 @@ void feed_channel(ibilin_filter& f, const Sample* in, Sample** out, int channel)
     if (channel == f.channels - 1) {
         for (int j = y; j < f.out_height && f.rows[j].to <= line; ++j) {
             for (int ch = 0; ch < f.channels; ++ch) {
-                write_line<Sample>(f, ch, f.rows[j]);
+                write_line<Sample>(f, ch, f.rows[j].fraction);
                 announce(f, ch);
                 ++f.lines_out[ch];
             }

@@ -11,9 +11,9 @@
 
 #include "movane/imaging.h"
 
+#include "Kernels/izat_variants.h"
 #include "Support/memory.h"
 #include "Support/report.h"
-#include "resample.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -24,10 +24,23 @@ namespace {
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/izat"};
 
-constexpr int kMaxChannels      = 16;
-constexpr int kMaxLines         = 1000 + 1;  // with the spare one of taps_of()
+constexpr int kMaxChannels   = 16;
+constexpr int kMaxLines      = 1000 + 1;  // with the spare one of taps_of()
+constexpr int kMaxWidth      = std::numeric_limits<int>::max() - 1024;  // kernels count in blocks
+constexpr int kMaxColumnTaps = std::numeric_limits<int>::max() - movane::kLongRow;
 constexpr std::int32_t k1_16_16 = 65536;
-static_assert(kMaxLines <= movane::kResampleMaxLines);
+static_assert(kMaxLines <= movane::kIzatMaxLines);
+
+// The weights of each output pixel as the kernel reads them, in rows of `row`; and room for the
+// samples of an input line, behind which a row may reach with weights of 0.
+struct Columns {
+    int row;
+    bool has_upper;  // weights that do not fit their lower halves
+    movane::Block<std::int32_t> places;
+    movane::Block<std::int16_t> lower, upper;
+    movane::Block<std::uint32_t> sums;
+    movane::Block<std::int16_t> samples;
+};
 
 }  // namespace
 
@@ -48,9 +61,14 @@ struct izat_zoom {
     movane::Block<std::int16_t> ring_store;
     std::int16_t* ring[kMaxChannels][kMaxLines];
     int lines;
-    movane::Columns columns;
+    Columns columns;
     movane::Block<std::int32_t> y_lo, y_count, y_weights;
     void* out_line[kMaxChannels];
+
+    std::size_t pitch() const {
+        constexpr std::size_t kBlock = movane::kIzatBlock;
+        return (static_cast<std::size_t>(out_w) + kBlock - 1) / kBlock * kBlock;
+    }
 };
 
 namespace {
@@ -101,17 +119,50 @@ Footprint weigh(int i, double r, int length, int taps, std::int32_t* weights, do
 // A row has a tap more than a footprint covers: rounding may put its ends further apart.
 std::int64_t taps_of(double r) { return static_cast<std::int64_t>(2 * r + 2) + 1; }
 
+int row_of(int taps) {
+    using namespace movane;
+    return taps <= kShortRow ? kShortRow : (taps + kLongRow - 1) / kLongRow * kLongRow;
+}
+
+bool allocate_columns(izat_zoom& z, int taps) {
+    Columns& c     = z.columns;
+    c.row          = row_of(taps);
+    c.has_upper    = false;
+    const auto row = static_cast<std::size_t>(c.row);
+    c.places       = movane::make_zeroed_block<std::int32_t>(z.pitch());
+    c.lower        = movane::make_zeroed_block<std::int16_t>(z.pitch(), row);
+    c.upper        = movane::make_zeroed_block<std::int16_t>(z.pitch(), row);
+    c.sums         = movane::make_zeroed_block<std::uint32_t>(z.pitch());
+    c.samples = movane::make_zeroed_block<std::int16_t>(static_cast<std::size_t>(z.in_w) + row);
+    return c.places && c.lower && c.upper && c.sums && c.samples;
+}
+
+void set_column(Columns& c, int x, const Footprint& f, const std::int32_t* weights) {
+    std::size_t at    = static_cast<std::size_t>(x) * static_cast<std::size_t>(c.row);
+    std::uint32_t sum = 0;
+    for (int k = 0; k < f.count; ++k, ++at) {
+        const auto weight = static_cast<std::uint32_t>(weights[k]);
+        c.lower[at]       = static_cast<std::int16_t>(weight);
+        // Half a unit makes up for the sign of the lower half.
+        c.upper[at] = static_cast<std::int16_t>((weight + 0x8000) >> 16);
+        c.has_upper = c.has_upper || c.upper[at] != 0;
+        sum += weight;
+    }
+    c.places[x] = f.first;
+    c.sums[x]   = sum * 32768;
+}
+
 bool make_columns(izat_zoom& z) {
     const double r          = static_cast<double>(z.in_w) / z.out_w;
     const std::int64_t room = taps_of(r);
-    if (room > std::numeric_limits<int>::max()) return false;
+    if (room > kMaxColumnTaps || z.out_w > kMaxWidth) return false;
     const int taps      = static_cast<int>(room);
     const auto weights  = movane::make_block<std::int32_t>(static_cast<std::size_t>(taps));
     const auto overlaps = movane::make_block<double>(static_cast<std::size_t>(taps));
-    if (!weights || !overlaps || !z.columns.make(z.in_w, z.out_w, taps)) return false;
+    if (!weights || !overlaps || !allocate_columns(z, taps)) return false;
     for (int x = 0; x < z.out_w; ++x) {
         const Footprint f = weigh(x, r, z.in_w, taps, weights.get(), overlaps.get());
-        z.columns.set(x, f.first, weights.get(), f.count);
+        set_column(z.columns, x, f, weights.get());
     }
     return true;
 }
@@ -135,13 +186,12 @@ bool make_rows(izat_zoom& z) {
 }
 
 bool make_ring(izat_zoom& z) {
-    const std::size_t pitch = movane::resample_pitch(z.out_w);
-    const auto lines        = static_cast<std::size_t>(z.channels) * z.lines;
-    z.ring_store            = movane::make_zeroed_block<std::int16_t>(lines, pitch);
+    const auto lines = static_cast<std::size_t>(z.channels) * z.lines;
+    z.ring_store     = movane::make_zeroed_block<std::int16_t>(lines, z.pitch());
     if (!z.ring_store) return false;
     std::int16_t* line = z.ring_store.get();
     for (int ch = 0; ch < z.channels; ++ch)
-        for (int k = 0; k < z.lines; ++k, line += pitch) z.ring[ch][k] = line;
+        for (int k = 0; k < z.lines; ++k, line += z.pitch()) z.ring[ch][k] = line;
     return true;
 }
 
@@ -193,10 +243,36 @@ void announce(const izat_zoom& z, int channel) noexcept {
     }
 }
 
+void scale(const movane::ScaleLine<unsigned char>& line) { movane::izat_kernels().scale_8(line); }
+void scale(const movane::ScaleLine<unsigned short>& line) { movane::izat_kernels().scale_16(line); }
+void blend(const movane::BlendLines<unsigned char>& lines) {
+    movane::izat_kernels().blend_8(lines);
+}
+void blend(const movane::BlendLines<unsigned short>& lines) {
+    movane::izat_kernels().blend_16(lines);
+}
+
+template <class Sample>
+void take_line(const izat_zoom& z, const Sample* in, std::int16_t* out) {
+    const Columns& c = z.columns;
+    scale(movane::ScaleLine<Sample>{.in       = in,
+                                    .in_step  = z.in_step,
+                                    .in_count = z.in_w,
+                                    .samples  = c.samples.get(),
+                                    .table    = {.places = c.places.get(),
+                                                 .lower  = c.lower.get(),
+                                                 .upper  = c.has_upper ? c.upper.get() : nullptr,
+                                                 .sums   = c.sums.get(),
+                                                 .taps   = c.row,
+                                                 .count  = z.out_w},
+                                    .bias     = kRounding<Sample>,
+                                    .out      = out});
+}
+
 template <class Sample>
 void write_line(const izat_zoom& z, int channel, int y) {
     const int count = z.y_count[y];
-    movane::blend(movane::BlendLines<Sample>{
+    blend(movane::BlendLines<Sample>{
         .lines         = z.ring[channel] + (z.lines - count),
         .weights_16_16 = &z.y_weights[static_cast<std::size_t>(y) * z.lines],
         .line_count    = count,
@@ -225,7 +301,7 @@ void feed_channel(izat_zoom& z, const Sample* in, Sample** out, int channel) {
     if (z.out_count[channel] < z.out_h) {
         std::int16_t** const ring = z.ring[channel];
         std::rotate(ring, ring + 1, ring + z.lines);
-        z.columns.scale(in, z.in_step, kRounding<Sample>, ring[z.lines - 1]);
+        take_line(z, in, ring[z.lines - 1]);
         z.out_line[channel] = *out;
         if (channel == z.channels - 1) write_ready_lines<Sample>(z);
     }

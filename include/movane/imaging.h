@@ -183,8 +183,9 @@ MOVANE_API void fir_cmyk_b(fir_filter* f, unsigned char* in0, unsigned char* in1
  * outermost lines (1 for radius 0, else 2) pass as they are; so do the outermost columns, but for
  * the limit. An image of fewer lines than the high-pass looks at passes as it is.
  *
- * The first 1 or 2 lines come out at the calls that feed them, those in the middle as many calls
- * later as the kernel has lines, less 1; the last ones at the call that feeds line height-1.
+ * The first 1 or 2 lines come out at the calls that feed them, those in the middle 1 or 2 calls
+ * later, the last 1 or 2 at the call that feeds line height-1. Lines of a low image that are both
+ * among the first and among the last come out twice.
  */
 
 typedef struct usm_filter usm_filter;
@@ -207,8 +208,8 @@ typedef int (*fusm_comps)(void* in, int in_step, void* out, int out_step, int wi
 /// Creates a filter of strength 1 without noise reduction.
 ///
 /// @param radius         0, 1 or 2, see above
-/// @param maxval         largest sample, at least 1: 255, 65535, or any other. Larger samples are
-///                       not allowed once a level curve is set.
+/// @param maxval         largest sample, at least 1: 255, 65535, or any other. A level curve
+///                       takes larger samples for this.
 /// @param nr_comp        components, 0 to 4
 /// @param nr_channels    channels, 0 to 10; without a callback at most nr_comp
 /// @param comp_channels  for each component the channel it goes by, 0 to nr_channels-1; copied
@@ -250,10 +251,11 @@ MOVANE_API int fusm_start(usm_filter* f, int height, int width, fusm_line_done l
 /// @param in     array of nr_comp pointers, each to the first sample of a component
 /// @param out    array of nr_comp pointers to output lines, read again before every line written
 /// @param limit  the largest value for each pixel of this input line; null for maxval
-/// @return       lines fed since fusm_start(), this one included
+/// @return       lines fed since fusm_start(), this one included; 0 when it failed
 /// @pre          fusm_start() was called for this image
 /// @calls        line_done(k) for every component and line written, in order of the components,
-///               each before the next is written; the callback of the channels once per line
+///               each before the next is written; the callback of the channels once per line of
+///               the image, unless it has no pixels
 MOVANE_API int fusm_do(usm_filter* f, unsigned short** in, unsigned short** out,
                        unsigned short* limit);
 
@@ -584,8 +586,8 @@ MOVANE_API void rdither_line_b(rdither* d, const unsigned char* in, int in_step,
  *
  * Fills the region of pixels that are connected with a given one, by their sides, on any raster:
  * the host tells which pixels belong to it and fills them. Spans of pixels cast shadows onto the
- * lines beside them, where the fill goes on; memory is bounded by the shadows that are open at one
- * time, not by the area.
+ * lines beside them, where the fill goes on; memory is bounded by the lines that were reached and
+ * the shadows that are open at one time, not by the area.
  */
 
 typedef struct flood flood;

@@ -587,13 +587,13 @@ protected:
     /// without memory the object has no points afterwards.
     void Begin();
 
-    // The kernels; coordinates lie in 0..1, and there are points.
+    // The kernels, each for its number of dimensions; there must be points.
     void Interp3dTetra(double* out, const double* in);
     void Interp3d(double* out, const double* in);  ///< multilinear; Interpolate() never uses it
     void Interp4d(double* out, const double* in);
     void Interp5d(double* out, const double* in);
     void Interp6d(double* out, const double* in);
-    void InterpND(double* out, const double* in);
+    void InterpND(double* out, const double* in);  ///< multilinear in any number of dimensions
 
     clut_output output_;  ///< clips to 0..1 at first
     unsigned char input_dims_;
@@ -602,13 +602,13 @@ protected:
     unsigned char grid_points_[16];  ///< 0 from input_dims_ on
     unsigned int nr_points_;
     unsigned int dim_sizes_[16];  ///< values from one grid point to the next
-    float* data_;
-    unsigned char tops_[16];   ///< grid points - 1
-    int corner_offsets_[16];   ///< of 3 and 4 dimensions: corner b behind the base, in values
-    int* corner_table_;        ///< the same of all numbers of dimensions but 3
-    float* top_coordinates_;   ///< tops_ as floats, likewise
-    unsigned int nr_corners_;  ///< of a cell
-    int bit_weights_[16];      ///< entry d is 1 << (input_dims_ - d - 1)
+    float* data_;                 ///< with room for 3 floats behind the values
+    unsigned char tops_[16];      ///< grid points - 1
+    int corner_offsets_[16];      ///< of 3 and 4 dimensions: corner b behind the base, in values
+    int* corner_table_;           ///< the same of all numbers of dimensions but 3
+    float* top_coordinates_;      ///< tops_ as floats, likewise
+    unsigned int nr_corners_;     ///< of a cell
+    int bit_weights_[16];         ///< entry d is 1 << (input_dims_ - d - 1)
 
     friend struct ClutLattice;
 };

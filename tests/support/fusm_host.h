@@ -127,7 +127,7 @@ FusmImage<Sample> random_image(std::mt19937& random) {
     constexpr int kMax  = Sample(-1);
     FusmImage<Sample> image{};
     image.radius       = pick_int(0, 1, 2);
-    image.maxval       = pick_int(kMax, kMax, 100, 1, 1000);
+    image.maxval       = pick_int(kMax, kMax, 100, 1, 1000, 40000);
     image.comps        = pick_int(0, 1, 1, 3, 3, 4);
     image.has_callback = (image.comps == 1 || image.comps == 3) && pick(0, 1) != 0;
     image.channels =

@@ -11,13 +11,13 @@
 namespace movane {
 
 // Tables and lines are filled up to a multiple of it.
-constexpr int kResampleBlock = 16;
+constexpr int kIzatBlock = 16;
 
 // Rows of weights have kShortRow taps, or a multiple of kLongRow.
 constexpr int kShortRow = 4;
 constexpr int kLongRow  = 8;
 
-constexpr int kResampleMaxLines = 1001;
+constexpr int kIzatMaxLines = 1001;
 
 struct ColumnTable {
     const std::int32_t* places;  // per output: its first sample
@@ -37,7 +37,7 @@ struct ScaleLine {
     std::int16_t* samples;  // work space: in_count and a row more
     ColumnTable table;
     std::uint32_t bias;
-    std::int16_t* out;  // room for a multiple of kResampleBlock
+    std::int16_t* out;  // room for a multiple of kIzatBlock
 };
 
 // Output x is the lower bits of the upper half of bias + the sum of line[x] * weight, modulo 2^32.
@@ -45,7 +45,7 @@ template <class Sample>
 struct BlendLines {
     const std::int16_t* const* lines;  // `line_count` of them, readable up to a full block
     const std::int32_t* weights_16_16;
-    int line_count;  // at most kResampleMaxLines
+    int line_count;  // at most kIzatMaxLines
     std::uint32_t bias;
     Sample* out;
     std::ptrdiff_t out_step;  // samples
@@ -58,7 +58,7 @@ struct LinePair {
     std::uint32_t weights;  // halves of theirs, that of the first below
 };
 
-struct ResampleKernels {
+struct IzatKernels {
     const char* name;
     void (*scale_8)(const ScaleLine<std::uint8_t>&);
     void (*scale_16)(const ScaleLine<std::uint16_t>&);
@@ -66,6 +66,6 @@ struct ResampleKernels {
     void (*blend_16)(const BlendLines<std::uint16_t>&);
 };
 
-extern const ResampleKernels resample_scalar, resample_sse41, resample_avx2;
+extern const IzatKernels izat_scalar, izat_sse41, izat_avx2;
 
 }  // namespace movane

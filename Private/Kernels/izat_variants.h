@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Kernels/dispatch.h"
-#include "Kernels/resample_kernel.h"
+#include "Kernels/izat_kernel.h"
 
 namespace movane {
 
-extern Dispatch<ResampleKernels> resample_kernels;
+extern Dispatch<IzatKernels> izat_kernels;
 
 }  // namespace movane

@@ -50,7 +50,7 @@ void scale_line(const ScaleLine<Sample>& line) {
 // --- a line of several -----------------------------------------------------------------------
 
 struct LinePairs {
-    LinePair pair[(kResampleMaxLines + 1) / 2];
+    LinePair pair[(kIzatMaxLines + 1) / 2];
     int count = 0;
 
     void add(const std::int16_t* first, const std::int16_t* second, std::uint32_t weights) {
@@ -75,7 +75,7 @@ void split_weights(const std::int16_t* const* lines, const std::int32_t* weights
 template <class Sample>
 void blend_lines(const BlendLines<Sample>& blend) {
     constexpr int kStrip = 256;  // outputs
-    static_assert(kStrip % kResampleBlock == 0 && kResampleBlock % Lanes::kPlaces == 0);
+    static_assert(kStrip % kIzatBlock == 0 && kIzatBlock % Lanes::kPlaces == 0);
     LinePairs upper, lower;
     split_weights(blend.lines, blend.weights_16_16, blend.line_count, upper, lower);
 

@@ -1,8 +1,9 @@
-// The two resizers without memory, and every variant of their kernel against the references.
+// The two resizers without memory, and every variant of their kernels against the references.
 
 #include "movane/imaging.h"
 
-#include "Kernels/resample_variants.h"
+#include "Kernels/ibilin_variants.h"
+#include "Kernels/izat_variants.h"
 #include "support/allocation_failures.h"
 #include "support/resize_host.h"
 
@@ -35,8 +36,8 @@ TEST(ResizersWithoutMemory, ReportAndLeaveNothing) {
     });
 }
 
-template <class Family>
-void expect_variants_to_agree() {
+template <class Family, class Kernels>
+void expect_variants_to_agree(Kernels& kernels) {
     std::mt19937 random(1);
     Family family;
     for (int i = 0; i < 60; ++i) {
@@ -45,20 +46,20 @@ void expect_variants_to_agree() {
         const int in_w  = 1 + static_cast<int>(random() % (i % 3 ? 60 : 2000));
         const int in_h = 1 + i % 12, out_h = 1 + static_cast<int>(random() % 12);
         const ResizeImage image{1, in_h, in_w, out_h, out_w, 0, static_cast<unsigned>(random())};
-        for (const auto& variant : movane::resample_kernels.variants()) {
+        for (const auto& variant : kernels.variants()) {
             if (!movane::cpu_offers(variant.needs)) continue;
             SCOPED_TRACE(variant.kernels->name);
-            movane::resample_kernels.use(variant.kernels);
+            kernels.use(variant.kernels);
             expect_like_reference<1, std::uint8_t>(family, image, 1 + i % 5, 1 + i % 3);
             expect_like_reference<1, std::uint16_t>(family, image, 1 + i % 5, 1 + i % 3);
         }
     }
-    movane::resample_kernels.use(nullptr);
+    kernels.use(nullptr);
 }
 
-TEST(ResampleKernel, EveryVariantGivesWhatTheReferencesDo) {
-    expect_variants_to_agree<Zoom>();
-    expect_variants_to_agree<Bilinear>();
+TEST(ResizeKernels, GiveWhatTheReferencesDoInEveryVariant) {
+    expect_variants_to_agree<Zoom>(movane::izat_kernels);
+    expect_variants_to_agree<Bilinear>(movane::ibilin_kernels);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "Kernels/resample_kernel.h"
+#include "Kernels/izat_kernel.h"
 
 #include <immintrin.h>
 
@@ -108,11 +108,11 @@ struct Lanes {
     }
 };
 
-#include "Kernels/resample_kernel.inl"
+#include "Kernels/izat_kernel.inl"
 
 }  // namespace
 
-const ResampleKernels resample_avx2 = {"avx2", scale_line<std::uint8_t>, scale_line<std::uint16_t>,
-                                       blend_lines<std::uint8_t>, blend_lines<std::uint16_t>};
+const IzatKernels izat_avx2 = {"avx2", scale_line<std::uint8_t>, scale_line<std::uint16_t>,
+                               blend_lines<std::uint8_t>, blend_lines<std::uint16_t>};
 
 }  // namespace movane
