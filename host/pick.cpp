@@ -7,7 +7,6 @@
 #include "pipeline.h"
 #include "subcommands.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -51,6 +50,13 @@ template <class Sample>
 std::vector<int> pixel_of(const std::vector<Sample>& line, int x, int channels) {
     const auto first = line.begin() + std::ptrdiff_t{x} * channels;
     return {first, first + channels};
+}
+
+template <std::size_t Channels>
+std::array<unsigned char, Channels> bytes_of(const std::vector<int>& pixel) {
+    std::array<unsigned char, Channels> bytes;
+    for (std::size_t c = 0; c < Channels; ++c) bytes[c] = static_cast<unsigned char>(pixel[c]);
+    return bytes;
 }
 
 // Waits for one line at each place.
@@ -109,8 +115,7 @@ private:
 };
 
 cmsCIELab lab_of(const std::vector<int>& inks, const Pipeline& pipeline) {
-    std::array<unsigned char, 4> bytes;
-    std::copy(inks.begin(), inks.end(), bytes.begin());
+    const auto bytes = bytes_of<4>(inks);
     cmsCIELab lab;
     Transform(pipeline.device(), TYPE_CMYK_8, lab_profile(), TYPE_Lab_DBL,
               pipeline.viewing_intent(), false)(bytes.data(), &lab, 1);
@@ -234,9 +239,7 @@ int run(const Options& options, Position position) {
                   std::nullopt,
                   lab_of(picked.curved, pipeline)};
     if (picked.alpha != 0) {
-        std::array<unsigned char, 3> codes;
-        std::copy(picked.bytes.begin(), picked.bytes.end(), codes.begin());
-        report.simplex = pipeline.table().simplex_of(codes.data());
+        report.simplex = pipeline.table().simplex_of(bytes_of<3>(picked.bytes).data());
     }
     if (options.report == "json")
         print_json(report);

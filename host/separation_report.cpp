@@ -8,8 +8,8 @@
 namespace host {
 namespace {
 
-double megapixels_per_second(const ImageInfo& image, double seconds) {
-    const double pixels = static_cast<double>(image.width) * image.height;
+double megapixels_per_second(int width, int height, double seconds) {
+    const double pixels = static_cast<double>(width) * height;
     return pixels / 1e6 / (seconds > 0 ? seconds : 1e-9);
 }
 
@@ -63,8 +63,8 @@ void print_text(const SeparationReport& r) {
     std::printf("  table    %d grid points, filled in %.0f ms\n", r.options.grid,
                 r.table_seconds * 1e3);
     std::printf("  speed    %.1f Mpx/s from file to file, %.1f Mpx/s in the table\n",
-                megapixels_per_second(r.image, r.image_seconds),
-                megapixels_per_second(r.image, r.conversion_seconds));
+                megapixels_per_second(r.image.width, r.image.height, r.image_seconds),
+                megapixels_per_second(r.size.width, r.size.height, r.conversion_seconds));
     std::printf("  ink %%      mean   sdev median   99 %%    max\n");
     for (std::size_t c = 0; c < 4; ++c) print_coverage(kInkNames[c], r.inks.ink(c));
     print_coverage("total", r.inks.total());
@@ -100,13 +100,15 @@ void print_json(const SeparationReport& r) {
     json["black_point_compensation"] = options.has_black_point_compensation;
     json["grid"]                     = options.grid;
     json["filter"] = options.size.empty() ? nlohmann::ordered_json() : text_or_null(options.filter);
-    json["sharpen"]                     = text_or_null(options.sharpening);
-    json["curves"]                      = options.curves;
-    json["neutral"]                     = text_or_null(options.neutral);
-    json["table_seconds"]               = r.table_seconds;
-    json["image_seconds"]               = r.image_seconds;
-    json["megapixels_per_second"]       = megapixels_per_second(r.image, r.image_seconds);
-    json["table_megapixels_per_second"] = megapixels_per_second(r.image, r.conversion_seconds);
+    json["sharpen"]       = text_or_null(options.sharpening);
+    json["curves"]        = options.curves;
+    json["neutral"]       = text_or_null(options.neutral);
+    json["table_seconds"] = r.table_seconds;
+    json["image_seconds"] = r.image_seconds;
+    json["megapixels_per_second"] =
+        megapixels_per_second(r.image.width, r.image.height, r.image_seconds);
+    json["table_megapixels_per_second"] =
+        megapixels_per_second(r.size.width, r.size.height, r.conversion_seconds);
     for (std::size_t c = 0; c < 4; ++c) json["ink_percent"][kInkNames[c]] = to_json(r.inks.ink(c));
     json["ink_percent"]["total"] = to_json(r.inks.total());
     if (r.limit)

@@ -295,9 +295,10 @@ TEST_F(Prepress, BendsInksByCurves) {
 // --- halftones and plates -------------------------------------------------------------------
 
 TEST_F(Prepress, WritesHalftonesAndPlates) {
-    const Image plain          = ink_of("photo.png");
-    const char* const plates[] = {"out(Cyan).tif", "out(Magenta).tif", "out(Yellow).tif",
-                                  "out(Black).tif"};
+    constexpr int kShifts[4][2] = {{0, 0}, {1, 1}, {2, 0}, {3, 1}};  // of each ink's cells
+    const Image plain           = ink_of("photo.png");
+    const char* const plates[]  = {"out(Cyan).tif", "out(Magenta).tif", "out(Yellow).tif",
+                                   "out(Black).tif"};
     for (const int bits : {1, 2, 4, 8}) {
         SCOPED_TRACE(bits);
         const int top         = (1 << bits) - 1;
@@ -310,8 +311,9 @@ TEST_F(Prepress, WritesHalftonesAndPlates) {
         Image shown = plain, expected = plain;
         for (int i = 0; i < kWidth * kHeight; ++i) {
             for (int c = 0; c < 4; ++c) {
-                const int code  = plain.at(i, 0)[c];
-                const int level = dither ? rdither_val(dither, i % kWidth, i / kWidth, code) : code;
+                const int code = plain.at(i, 0)[c];
+                const int x = i % kWidth + kShifts[c][0], y = i / kWidth + kShifts[c][1];
+                const int level      = dither ? rdither_val(dither, x, y, code) : code;
                 expected.at(i, 0)[c] = static_cast<std::uint8_t>(level);
                 shown.at(i, 0)[c]    = static_cast<std::uint8_t>(level * 255 / top);
             }
