@@ -105,9 +105,8 @@ void InkTiffWriter::pack(const unsigned char* ink) {
     }
 }
 
-void InkTiffWriter::commit() {
+void InkTiffWriter::complete() {
     if (!TIFFFlush(file_.get())) fail();
-    output_.commit();
 }
 
 void InkTiffWriter::fail() const {

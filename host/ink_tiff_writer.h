@@ -32,8 +32,11 @@ public:
     /// ones are stored.
     void write(const unsigned char* ink);
 
-    /// Completes the file and gives it its name.
-    void commit();
+    /// Completes the file under its temporary name: what can go wrong goes wrong here.
+    void complete();
+
+    /// Gives the complete file its name.
+    void commit() { output_.commit(); }
 
 private:
     InkTiffWriter(const std::string& path, const ImageInfo& image, int bits, std::size_t first_ink,

@@ -16,6 +16,7 @@ public:
 
     /// Appends a line of interleaved C, M, Y, K.
     void write(const unsigned char* ink);
+    void complete() { writer_.complete(); }
     void commit() { writer_.commit(); }
 
 private:

@@ -90,7 +90,11 @@ public:
         if (preview_) preview_->write(ink);
     }
 
+    // All are complete before the first one gets its name.
     void commit() {
+        if (preview_) preview_->complete();
+        for (InkTiffWriter& plate : plates_) plate.complete();
+        tiff_.complete();
         if (preview_) preview_->commit();
         for (InkTiffWriter& plate : plates_) plate.commit();
         tiff_.commit();  // last: where the TIFF is, all is
