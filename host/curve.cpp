@@ -109,6 +109,7 @@ int run(const Options& options, const Tangents& tangents) {
         measures.height = chart.picture.height;
         PngWriter png(options.png, measures);
         draw(chart.picture, png);
+        png.complete();
         png.commit();
     }
     svg.commit();  // last: where the SVG is, all is

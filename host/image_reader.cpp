@@ -8,29 +8,41 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 namespace host {
 namespace {
 
-constexpr int kMaxSide                 = 1'000'000;
 constexpr double kMaxDpi               = 1e6;
 constexpr std::uint64_t kMaxFrameBytes = std::uint64_t{2} << 30;
 
-// Of a product of two bytes, 255 standing for 1; rounded.
-unsigned by_255(unsigned product) {
-    const unsigned rounded = product + 128;
-    return (rounded + (rounded >> 8)) >> 8;
+// Of a product of two samples, the largest one standing for 1; rounded.
+std::uint32_t by_largest(std::uint32_t product, int bits) {
+    const std::uint32_t rounded = product + (1u << (bits - 1));
+    return (rounded + (rounded >> bits)) >> bits;
+}
+
+std::uint8_t to_8_bits(std::uint8_t sample) { return sample; }
+std::uint8_t to_8_bits(std::uint16_t sample) {
+    return static_cast<std::uint8_t>((sample * 255u + 32767) / 65535);
 }
 
 // Lays colours over white and takes the alpha apart.
-void composite(const unsigned char* rgba, bool is_premultiplied, Line& line) {
-    for (std::size_t x = 0; x < line.alpha.size(); ++x, rgba += 4) {
-        const unsigned alpha = rgba[3];
-        line.alpha[x]        = rgba[3];
+template <class Sample>
+void composite(const Sample* rgba, bool is_premultiplied, Sample* rgb,
+               std::vector<unsigned char>& alphas) {
+    constexpr int kBits              = std::numeric_limits<Sample>::digits;
+    constexpr std::uint32_t kLargest = std::numeric_limits<Sample>::max();
+    for (unsigned char& alpha_byte : alphas) {
+        const std::uint32_t alpha = rgba[3];
+        alpha_byte                = to_8_bits(rgba[3]);
         for (std::size_t c = 0; c < 3; ++c) {
-            const unsigned colour = is_premultiplied ? rgba[c] : by_255(rgba[c] * alpha);
-            line.rgb[3 * x + c] = static_cast<unsigned char>(std::min(colour + 255 - alpha, 255u));
+            const std::uint32_t colour =
+                is_premultiplied ? rgba[c] : by_largest(rgba[c] * alpha, kBits);
+            rgb[c] = static_cast<Sample>(std::min(colour + kLargest - alpha, kLargest));
         }
+        rgba += 4;
+        rgb += 3;
     }
 }
 
@@ -41,16 +53,28 @@ ImageReader::ImageReader(const std::string& path, const char* format) : path_(pa
 }
 
 void ImageReader::read(Line& line) {
+    if (info_.is_deep)
+        read_samples(line.deep, line.alpha);
+    else
+        read_samples(line.rgb, line.alpha);
+}
+
+template <class Sample>
+void ImageReader::read_samples(std::vector<Sample>& rgb, std::vector<unsigned char>& alpha) {
     const auto width = static_cast<std::size_t>(info_.width);
-    line.rgb.resize(3 * width);
+    rgb.resize(3 * width);
     if (!info_.has_alpha) {
-        decode(line.rgb.data());
+        decode(reinterpret_cast<unsigned char*>(rgb.data()));
         return;
     }
-    line.alpha.resize(width);
+    alpha.resize(width);
     rgba_.resize(4 * width);
-    decode(rgba_.data());
-    composite(rgba_.data(), info_.is_premultiplied, line);
+    auto* const samples = reinterpret_cast<unsigned char*>(rgba_.data());
+    decode(samples);
+    if constexpr (sizeof(Sample) == 1)
+        composite(samples, info_.is_premultiplied, rgb.data(), alpha);
+    else
+        composite(rgba_.data(), info_.is_premultiplied, rgb.data(), alpha);
 }
 
 void ImageReader::check_measures() const {

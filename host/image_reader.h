@@ -1,5 +1,7 @@
-// Photos from PNG, JPEG and TIFF files, line by line, as 8-bit RGB on white paper.
+// Photos from PNG, JPEG and TIFF files, line by line, as RGB on white paper.
 #pragma once
+
+#include "line.h"
 
 #include <cstdint>
 #include <memory>
@@ -8,21 +10,18 @@
 
 namespace host {
 
+inline constexpr int kMaxSide = 1'000'000;  // pixels, of every image that is read or made
+
 struct ImageInfo {
     std::string format;  // "PNG", "JPEG" or "TIFF"
     int width = 0, height = 0;
+    bool is_deep          = false;  // 16 bits a sample, delivered as such
     bool has_alpha        = false;
     bool is_premultiplied = false;  // the file's colours are multiplied by their alpha
     std::string whole_frame;        // why it must be held in memory as a whole; "" for line by line
     double dpi_x = 0, dpi_y = 0;    // 0 when the file does not say
     int orientation = 1;            // as in TIFF: how the lines are to be turned for viewing
     std::vector<unsigned char> profile;  // embedded ICC profile, unchecked; empty for none
-};
-
-/// One line of an image. A partly transparent pixel has been laid over white.
-struct Line {
-    std::vector<unsigned char> rgb;    // interleaved
-    std::vector<unsigned char> alpha;  // one byte per pixel; empty for an opaque image
 };
 
 /// An open image file. Every call throws Failure when the file is damaged.
@@ -34,13 +33,15 @@ public:
 
     const ImageInfo& info() const { return info_; }
 
-    /// Reads the next line, from the top.
+    /// Reads the next line, from the top: its colours into `deep` or `rgb`, the other stays as it
+    /// is. A partly transparent pixel has been laid over white.
     void read(Line& line);
 
 protected:
     explicit ImageReader(const std::string& path, const char* format);
 
-    /// Writes the next line as interleaved RGB, or RGBA when the image has alpha.
+    /// Writes the next line as interleaved RGB, or RGBA when the image has alpha: bytes, or words
+    /// in the order of this machine when it is deep.
     virtual void decode(unsigned char* samples) = 0;
 
     /// To be called when info_ holds the measures.
@@ -60,7 +61,10 @@ protected:
     ImageInfo info_;
 
 private:
-    std::vector<unsigned char> rgba_;
+    template <class Sample>
+    void read_samples(std::vector<Sample>& rgb, std::vector<unsigned char>& alpha);
+
+    std::vector<std::uint16_t> rgba_;  // room for either kind of sample
 };
 
 /// Opens an image; its first bytes tell the format.

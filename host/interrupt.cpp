@@ -16,7 +16,7 @@ namespace {
 constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
 // process-wide: names of the files to remove, "" for a free place; written with signals held.
-std::array<std::array<char, PATH_MAX>, 4> temporaries;
+std::array<std::array<char, PATH_MAX>, 8> temporaries;
 
 // process-wide: set before the handler is installed.
 bool is_terminal;

@@ -1,4 +1,4 @@
-// PNG: every kind becomes RGB or RGBA of 8 bits in libpng's own transformations.
+// PNG: every kind becomes RGB or RGBA of 8 or 16 bits in libpng's own transformations.
 
 #include "file.h"
 #include "image_reader.h"
@@ -6,6 +6,7 @@
 
 #include <png.h>
 
+#include <bit>
 #include <cstring>
 
 namespace host {
@@ -49,8 +50,9 @@ private:
             png_init_io(png_, file_.get());
             png_read_info(png_, head_);
             png_set_expand(png_);
-            png_set_scale_16(png_);
             png_set_gray_to_rgb(png_);
+            info_.is_deep = png_get_bit_depth(png_, head_) == 16;
+            if (info_.is_deep && std::endian::native == std::endian::little) png_set_swap(png_);
             is_interlaced = png_set_interlace_handling(png_) > 1;
             png_read_update_info(png_, head_);
             info_.width     = static_cast<int>(png_get_image_width(png_, head_));
@@ -93,7 +95,8 @@ private:
     }
 
     std::size_t line_bytes() const {
-        return static_cast<std::size_t>(info_.width) * (info_.has_alpha ? 4 : 3);
+        return static_cast<std::size_t>(info_.width) * (info_.has_alpha ? 4 : 3) *
+               (info_.is_deep ? 2 : 1);
     }
     unsigned char* frame_line(int y) const {
         return frame_.get() + line_bytes() * static_cast<std::size_t>(y);

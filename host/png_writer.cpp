@@ -67,11 +67,10 @@ void PngWriter::write(const unsigned char* rgb) {
     call([&] { png_write_row(png_, rgb); });
 }
 
-void PngWriter::commit() {
+void PngWriter::complete() {
     call([&] { png_write_end(png_, nullptr); });
     if (std::fflush(file_.get()) != 0)
         throw Failure(output_.target(), "cannot be written", "check the space on the disk");
-    output_.commit();
 }
 
 }  // namespace host

@@ -23,8 +23,11 @@ public:
     /// Appends a line of interleaved R, G, B.
     void write(const unsigned char* rgb);
 
-    /// Completes the file and gives it its name.
-    void commit();
+    /// Completes the file under its temporary name: what can go wrong goes wrong here.
+    void complete();
+
+    /// Gives the complete file its name.
+    void commit() { output_.commit(); }
 
 private:
     template <class Calls>

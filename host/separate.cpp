@@ -1,217 +1,173 @@
 // movane separate: an RGB photo becomes a CMYK TIFF.
 //
-// The profile is asked once, at the grid points of a table; the image then runs through the table
-// line by line:
-//
-//   photo -> RGB on white -> table -> [sharpening] -> TIFF, ink statistics, [preview]
-//
-// What is transparent in the photo stays bare paper; what is partly so has been laid over white.
+//   pipeline -> [sharpening of the inks] -> statistics -> [halftone] -> TIFF, [plates], [preview]
 
 #include "atomic_output.h"
-#include "cmyk_tiff_writer.h"
-#include "device_profile.h"
 #include "failure.h"
-#include "image_reader.h"
+#include "halftone.h"
+#include "ink_curves.h"
 #include "ink_statistics.h"
-#include "png_writer.h"
+#include "ink_tiff_writer.h"
+#include "pipeline.h"
+#include "preview.h"
 #include "progress.h"
 #include "separation_report.h"
 #include "sharpener.h"
-#include "simplex_table.h"
 #include "subcommands.h"
-#include "table_check.h"
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
+#include <list>
 #include <memory>
 #include <optional>
 
 namespace host {
 namespace {
 
-constexpr int kPreviewGrid  = 17;
-constexpr Intent kIntents[] = {Intent::perceptual, Intent::relative, Intent::saturation,
-                               Intent::absolute};
-
 struct Options {
-    std::string photo, output, profile, preview, kernel, report;
-    std::string intent_name           = name_of(Intent::perceptual);
-    bool has_black_point_compensation = false;
-    int grid                          = 33;
+    PipelineOptions pipeline;
+    std::string output, preview, kernel, report;
+    int depth       = 8;
+    bool has_plates = false;
+    std::optional<double> limit;
     Talk talk;
     bool has_check     = false;
     double check_limit = 2;
 };
 
-std::vector<std::string> intent_names() {
+std::vector<std::string> plates_of(const Options& options) {
     std::vector<std::string> names;
-    for (const Intent intent : kIntents) names.emplace_back(name_of(intent));
+    if (options.has_plates)
+        for (const Ink ink : kInks) names.push_back(plate_name(options.output, ink));
     return names;
 }
 
-Intent intent_of(const std::string& name) {
-    return *std::find_if(std::begin(kIntents), std::end(kIntents),
-                         [&](Intent intent) { return name == name_of(intent); });
-}
-
-double seconds_since(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-void notify(const Options& options, const std::string& text) {
-    if (!options.talk.is_quiet) std::fprintf(stderr, "movane: note: %s\n", text.c_str());
-}
-
 void check_names(const Options& options) {
-    for (const std::string& output : {options.output, options.preview}) {
-        if (output.empty()) continue;
-        refuse_overwriting(output, options.photo);
-        if (!options.profile.empty()) refuse_overwriting(output, options.profile);
+    std::vector<std::string> outputs = plates_of(options);
+    outputs.push_back(options.output);
+    if (!options.preview.empty()) outputs.push_back(options.preview);
+    std::vector<std::string> inputs = {options.pipeline.photo};
+    if (!options.pipeline.profile.empty()) inputs.push_back(options.pipeline.profile);
+    for (const std::string& curve : parse_curves(options.pipeline.curves))
+        if (!curve.empty()) inputs.push_back(curve);
+    for (const std::string& output : outputs) {
+        for (const std::string& input : inputs) refuse_overwriting(output, input);
+        inputs.push_back(output);
     }
-    if (!options.preview.empty()) refuse_overwriting(options.preview, options.output);
 }
 
-struct Source {
-    Profile profile;
-    std::string description;
-};
-
-Source source_of(const ImageInfo& image, const Options& options) {
-    if (image.profile.empty()) return {srgb_profile(), "sRGB (the photo has no profile)"};
-    Profile embedded = embedded_profile(image.profile);
-    if (!embedded.handle) {
-        notify(options, options.photo + ": its profile is not an intact RGB profile, sRGB is used");
-        return {srgb_profile(), "sRGB (the photo's profile is of no use)"};
-    }
-    const std::string description = embedded.description + " (embedded in the photo)";
-    return {std::move(embedded), description};
-}
-
-// What a viewer shows of the separation: the inks' colours on their paper, in sRGB.
-class Preview {
+class Count final : public Stage {
 public:
-    Preview(const std::string& path, const ImageInfo& image, const Profile& device, Intent intent)
-        : table_(4, 3, kPreviewGrid,
-                 // Paper is shown white, unless the photo was matched with the paper's colour.
-                 Transform(device, TYPE_CMYK_16, srgb_profile(), TYPE_RGB_8,
-                           intent == Intent::absolute ? intent : Intent::relative, false)),
-          writer_(path, image),
-          rgb_(3 * static_cast<std::size_t>(image.width)) {}
+    explicit Count(InkStatistics& statistics) : statistics_(statistics) {}
 
-    void write(const unsigned char* ink) {
-        table_(ink, rgb_.data(), static_cast<int>(rgb_.size() / 3));
-        writer_.write(rgb_.data());
+    void take(Line& line) override {
+        statistics_.add(line.ink.data(), static_cast<int>(line.ink.size() / 4));
+        hand_on(line);
     }
-    void commit() { writer_.commit(); }
 
 private:
-    SimplexTable table_;
-    PngWriter writer_;
-    std::vector<unsigned char> rgb_;
+    InkStatistics& statistics_;
 };
 
-// A table repeats its latest output bytes for a colour that repeats, also when the mask made it
-// skip the pixel before. So a skipped pixel gets a colour that its successor does not have.
-void keep_apart_from_transparent(Line& line) {
-    for (std::size_t x = 1; x < line.alpha.size(); ++x)
-        if (line.alpha[x - 1] == 0 && line.alpha[x] != 0)
-            line.rgb[3 * (x - 1)] = static_cast<unsigned char>(~line.rgb[3 * x]);
-}
+// All files of a separation. They are opened before the work, so that an unwritable place is told
+// at once, and get their names when all are complete.
+class Files {
+public:
+    Files(const Options& options, const Pipeline& pipeline)
+        : tiff_(options.output, pipeline.image(), options.depth, pipeline.device().bytes) {
+        if (options.has_plates)
+            for (const Ink ink : kInks)
+                plates_.emplace_back(plate_name(options.output, ink), pipeline.image(),
+                                     options.depth, ink);
+    }
+
+    void open_preview(const std::string& path, const Pipeline& pipeline) {
+        preview_.emplace(path, pipeline);
+    }
+
+    void write(const unsigned char* ink) {
+        tiff_.write(ink);
+        for (InkTiffWriter& plate : plates_) plate.write(ink);
+        if (preview_) preview_->write(ink);
+    }
+
+    // All are complete before the first one gets its name.
+    void commit() {
+        if (preview_) preview_->complete();
+        for (InkTiffWriter& plate : plates_) plate.complete();
+        tiff_.complete();
+        if (preview_) preview_->commit();
+        for (InkTiffWriter& plate : plates_) plate.commit();
+        tiff_.commit();  // last: where the TIFF is, all is
+    }
+
+private:
+    InkTiffWriter tiff_;
+    std::list<InkTiffWriter> plates_;  // which do not move
+    std::optional<Preview> preview_;
+};
+
+class Delivery final : public Stage {
+public:
+    explicit Delivery(Files& files) : files_(files) {}
+    void take(Line& line) override { files_.write(line.ink.data()); }
+
+private:
+    Files& files_;
+};
 
 class Separation {
 public:
     explicit Separation(const Options& options)
-        : options_(options),
-          reader_(open_image(options.photo)),
-          image_(reader_->info()),
-          intent_(intent_of(options.intent_name)),
-          source_(source_of(image_, options)),
-          device_(options.profile.empty() ? find_device_profile()
-                                          : read_device_profile(options.profile)) {
-        if (!image_.whole_frame.empty())
-            notify(options, options.photo + ": is stored " + image_.whole_frame +
-                                ", the whole image is held in memory");
+        : options_(options), pipeline_(options.pipeline), files_(options, pipeline_) {
+        const ImageInfo& image = pipeline_.image();
         if (!options.kernel.empty())
-            sharpener_.emplace(parse_kernel(options.kernel), image_.width, image_.height,
-                               [this](const unsigned char* ink) { deliver(ink); });
-        // Opened before the work, so that an unwritable place is told at once.
-        tiff_.emplace(options.output, image_, device_.bytes);
-        const auto start = std::chrono::steady_clock::now();
-        table_.emplace(3, 4, options.grid,
-                       Transform(source_.profile, TYPE_RGB_16, device_, TYPE_CMYK_8, intent_,
-                                 options.has_black_point_compensation));
-        table_seconds_ = seconds_since(start);
-        if (!options.preview.empty()) preview_.emplace(options.preview, image_, device_, intent_);
+            pipeline_.append(std::make_unique<Sharpener>(parse_kernel(options.kernel), image.width,
+                                                         image.height));
+        pipeline_.append(std::make_unique<Count>(inks_));
+        if (options.depth < 8) pipeline_.append(std::make_unique<Halftone>(options.depth));
+        pipeline_.append(std::make_unique<Delivery>(files_));
+        if (options.has_check) pipeline_.collect_colours();
+        table_seconds_ = pipeline_.fill_table();
+        if (!options.preview.empty()) files_.open_preview(options.preview, pipeline_);
     }
 
     int run() {
         separate_lines();
-        if (preview_) preview_->commit();
-        tiff_->commit();  // last: where the TIFF is, all is
+        files_.commit();
         return report();
     }
 
 private:
     void separate_lines() {
-        Progress progress(options_.talk.shows_progress(), image_.height, lines_of(image_.width));
-        Line line;
-        std::vector<unsigned char> ink(4 * static_cast<std::size_t>(image_.width));
-        for (int y = 0; y < image_.height; ++y) {
-            reader_->read(line);
-            separate(line, ink);
-            const unsigned char* const alpha = image_.has_alpha ? line.alpha.data() : nullptr;
-            if (options_.has_check) colours_.add(line.rgb.data(), alpha, image_.width);
-            if (sharpener_)
-                sharpener_->feed(ink.data(), alpha);
-            else
-                deliver(ink.data());
+        const ImageInfo& photo = pipeline_.photo();
+        Progress progress(options_.talk.shows_progress(), photo.height, lines_of(photo.width));
+        for (int y = 0; y < photo.height; ++y) {
+            pipeline_.feed_line();
             progress.update(y + 1);
         }
         image_seconds_ = progress.seconds();
     }
 
-    void separate(Line& line, std::vector<unsigned char>& ink) {
-        const auto start     = std::chrono::steady_clock::now();
-        unsigned char* alpha = nullptr;
-        if (image_.has_alpha) {
-            alpha = line.alpha.data();
-            keep_apart_from_transparent(line);
-            std::fill(ink.begin(), ink.end(), static_cast<unsigned char>(0));
-        }
-        (*table_)(line.rgb.data(), ink.data(), image_.width, alpha);
-        conversion_seconds_ += seconds_since(start);
-    }
-
-    void deliver(const unsigned char* ink) {
-        inks_.add(ink, image_.width);
-        tiff_->write(ink);
-        if (preview_) preview_->write(ink);
-    }
-
     int report() {
-        SeparationReport report{
-            .photo                        = options_.photo,
-            .output                       = options_.output,
-            .preview                      = options_.preview,
-            .image                        = image_,
-            .source_profile               = source_.description,
-            .device_profile               = device_.description,
-            .device_file                  = device_.file,
-            .intent                       = intent_,
-            .has_black_point_compensation = options_.has_black_point_compensation,
-            .grid                         = options_.grid,
-            .table_seconds                = table_seconds_,
-            .image_seconds                = image_seconds_,
-            .conversion_seconds           = conversion_seconds_,
-            .inks                         = inks_,
-            .check                        = std::nullopt,
-            .check_limit                  = options_.check_limit};
-        if (options_.has_check)
-            report.check = check_table(*table_, colours_, source_.profile, device_, intent_,
-                                       options_.has_black_point_compensation);
+        SeparationReport report{.photo   = options_.pipeline.photo,
+                                .output  = options_.output,
+                                .preview = options_.preview,
+                                .plates  = plates_of(options_),
+                                .image   = pipeline_.photo(),
+                                .size    = {pipeline_.image().width, pipeline_.image().height},
+                                .options = options_.pipeline,
+                                .depth   = options_.depth,
+                                .source_profile     = pipeline_.source_description(),
+                                .device_profile     = pipeline_.device().description,
+                                .device_file        = pipeline_.device().file,
+                                .table_seconds      = table_seconds_,
+                                .image_seconds      = image_seconds_,
+                                .conversion_seconds = pipeline_.table_seconds(),
+                                .inks               = inks_,
+                                .limit              = options_.limit,
+                                .check              = std::nullopt,
+                                .check_limit        = options_.check_limit};
+        if (options_.has_check) report.check = pipeline_.check_table();
         // A report that was asked for is printed even when quiet.
         if (options_.report == "json")
             print_json(report);
@@ -225,40 +181,30 @@ private:
     }
 
     const Options& options_;
-    const std::unique_ptr<ImageReader> reader_;
-    const ImageInfo& image_;
-    const Intent intent_;
-    const Source source_;
-    const Profile device_;
-    std::optional<Sharpener> sharpener_;
-    std::optional<CmykTiffWriter> tiff_;
-    std::optional<SimplexTable> table_;
-    std::optional<Preview> preview_;
+    Pipeline pipeline_;
+    Files files_;
     InkStatistics inks_;
-    ColourSet colours_;
-    double table_seconds_ = 0, image_seconds_ = 0, conversion_seconds_ = 0;
+    double table_seconds_ = 0, image_seconds_ = 0;
 };
 
 }  // namespace
 
 Action add_separate(CLI::App& app) {
     const auto options = std::make_shared<Options>();
-    app.add_option("PHOTO", options->photo,
-                   "PNG, JPEG or TIFF image, gray or RGB; its transparent parts stay paper")
-        ->required();
+    add_pipeline_options(app, options->pipeline);
     app.add_option("-o,--output", options->output, "CMYK TIFF to write")->required();
-    app.add_option("-p,--profile", options->profile,
-                   "ICC profile of the press; without it the first one of the system");
-    app.add_option("-t,--intent", options->intent_name,
-                   "rendering intent: perceptual (the default), relative, saturation or absolute")
-        ->check(CLI::IsMember(intent_names()));
-    app.add_flag("-b,--black-point", options->has_black_point_compensation,
-                 "black point compensation");
-    app.add_option("--grid", options->grid, "grid points of the table each way (33)")
-        ->check(CLI::Range(2, 256));
     app.add_option("--sharpen-kernel", options->kernel,
                    "sharpens the inks: soft, medium, strong, or the weights of a square kernel, "
                    "line by line with commas between: 9, 25, 49 ... 441 of them");
+    app.add_option("--limit", options->limit,
+                   "counts the pixels whose inks are more than so many percent together (0 to 400)")
+        ->check(CLI::Range(0.0, 400.0));
+    app.add_option("--depth", options->depth,
+                   "bits of each ink: 8 (the default), or 1, 2 or 4 as an ordered-dither halftone")
+        ->check(CLI::IsMember({1, 2, 4, 8}));
+    app.add_flag("--plates", options->has_plates,
+                 "writes each ink to a gray TIFF, too, in which ink is dark: out(Cyan).tif ... for "
+                 "out.tif");
     app.add_option("--preview", options->preview, "sRGB PNG to write, showing the inks on paper");
     app.add_option("--report", options->report, "form of the report: text (the default) or json")
         ->check(CLI::IsMember({"text", "json"}));
@@ -271,7 +217,9 @@ Action add_separate(CLI::App& app) {
         ->check(CLI::NonNegativeNumber)
         ->needs(check);
     return [options] {
-        if (!options->kernel.empty()) parse_kernel(options->kernel);  // before any file is opened
+        options->pipeline.is_quiet = options->talk.is_quiet;
+        host::check(options->pipeline);  // before any file is opened
+        if (!options->kernel.empty()) parse_kernel(options->kernel);
         check_names(*options);
         return Separation(*options).run();
     };

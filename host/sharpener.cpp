@@ -68,36 +68,29 @@ Kernel parse_kernel(const std::string& text) {
     return kernel;
 }
 
-Sharpener::Sharpener(const Kernel& kernel, int width, int height, Sink sink)
-    : width_(width),
-      height_(height),
-      radius_(kernel.radius),
-      sink_(std::move(sink)),
-      filter_(fir_new(kernel.radius, 255)) {
+Sharpener::Sharpener(const Kernel& kernel, int width, int height)
+    : height_(height), radius_(kernel.radius), filter_(fir_new(kernel.radius, 255)) {
     if (!filter_) throw std::bad_alloc();
     fir_set_kernel(filter_.get(), kernel.weights.data());
     fir_start(filter_.get(), 4, height, width, on_channel_done, 4, 4);
 
-    const auto pixels = static_cast<std::size_t>(width);
     const auto radius = static_cast<std::size_t>(radius_);
-    inputs_.resize(2 * radius + 2, std::vector<unsigned char>(4 * pixels));
-    alphas_.resize(2 * radius + 2, std::vector<unsigned char>(pixels));
-    outputs_.resize(radius + 1, std::vector<unsigned char>(4 * pixels));
+    inputs_.resize(2 * radius + 2);
+    alphas_.resize(2 * radius + 2);
+    outputs_.resize(radius + 1);
+    for (Line& output : outputs_) output.ink.resize(4 * static_cast<std::size_t>(width));
 }
 
-void Sharpener::feed(const unsigned char* ink, const unsigned char* alpha) {
+void Sharpener::take(Line& line) {
     // An image that the kernel's height does not fit into has no line to sharpen.
     if (height_ < 2 * radius_ + 1) {
-        sink_(ink);
+        hand_on(line);
         return;
     }
 
-    auto& input = inputs_[fed_ % inputs_.size()];
-    std::copy_n(ink, input.size(), input.data());
-    if (alpha)
-        std::copy_n(alpha, width_, alphas_[fed_ % alphas_.size()].data());
-    else if (fed_ < alphas_.size())
-        std::fill_n(alphas_[fed_].data(), width_, static_cast<unsigned char>(255));
+    auto& input                    = inputs_[fed_ % inputs_.size()];
+    input                          = line.ink;
+    alphas_[fed_ % alphas_.size()] = line.alpha;
     ++fed_;
 
     running   = this;
@@ -116,15 +109,15 @@ void Sharpener::on_channel_done(int channel) {
 
 void Sharpener::point_to_next_output() {
     if (finished_ == outputs_.size()) return;
-    for (std::size_t c = 0; c < 4; ++c) next_output_[c] = &outputs_[finished_][c];
+    for (std::size_t c = 0; c < 4; ++c) next_output_[c] = &outputs_[finished_].ink[c];
 }
 
 void Sharpener::deliver(std::size_t output) {
-    auto& ink         = outputs_[output];
-    const auto& alpha = alphas_[delivered_++ % alphas_.size()];
-    for (std::size_t x = 0; x < alpha.size(); ++x)
-        if (alpha[x] == 0) std::fill_n(&ink[4 * x], 4, static_cast<unsigned char>(0));
-    sink_(ink.data());
+    Line& line = outputs_[output];
+    line.alpha = alphas_[delivered_++ % alphas_.size()];
+    for (std::size_t x = 0; x < line.alpha.size(); ++x)
+        if (line.alpha[x] == 0) std::fill_n(&line.ink[4 * x], 4, static_cast<unsigned char>(0));
+    hand_on(line);
 }
 
 }  // namespace host

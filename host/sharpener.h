@@ -2,9 +2,10 @@
 // themselves and at output size, where press operators judge it.
 #pragma once
 
+#include "stage.h"
+
 #include "movane/imaging.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,14 +24,12 @@ Kernel parse_kernel(const std::string& text);
 
 /// Feeds C, M, Y, K lines through the filter. Output runs radius lines behind input and is
 /// handed on as it comes.
-class Sharpener {
+class Sharpener final : public Stage {
 public:
-    using Sink = std::function<void(const unsigned char* ink)>;
+    Sharpener(const Kernel& kernel, int width, int height);
 
-    Sharpener(const Kernel& kernel, int width, int height, Sink sink);
-
-    /// Takes a line: what is transparent (alpha 0) stays without ink. `alpha` may be null.
-    void feed(const unsigned char* ink, const unsigned char* alpha);
+    /// What is transparent (alpha 0) stays without ink.
+    void take(Line& line) override;
 
 private:
     struct KillFilter {
@@ -41,12 +40,11 @@ private:
     void point_to_next_output();
     void deliver(std::size_t output);
 
-    int width_, height_, radius_;
-    Sink sink_;
+    int height_, radius_;
     std::unique_ptr<fir_filter, KillFilter> filter_;
-    std::vector<std::vector<unsigned char>> inputs_;   // a ring: the filter reads them later
-    std::vector<std::vector<unsigned char>> alphas_;   // the same ring
-    std::vector<std::vector<unsigned char>> outputs_;  // as many as one call can finish
+    std::vector<std::vector<unsigned char>> inputs_;  // a ring: the filter reads them later
+    std::vector<std::vector<unsigned char>> alphas_;  // the same ring
+    std::vector<Line> outputs_;                       // as many as one call can finish
     unsigned char* next_output_[4] = {};
     std::size_t finished_          = 0;  // in the current call
     std::size_t fed_ = 0, delivered_ = 0;

@@ -48,8 +48,7 @@ private:
 }  // namespace
 
 SimplexTable::SimplexTable(int dims, int outputs, int grid, const Transform& conversion)
-    : dims_(dims), outputs_(outputs) {
-    error_set(3);
+    : dims_(dims), outputs_(outputs), grid_(grid) {
     table_.reset(md_tetrab_new(dims, outputs, grid));
     if (!table_) {
         const char* const message = error_get();
@@ -69,6 +68,37 @@ SimplexTable::SimplexTable(int dims, int outputs, int grid, const Transform& con
         batch.add_target(md_tetrab_vertex_get(table_.get(), index.data(), rounded_codes.data()));
     } while (md_tetrab_scan_vertex(table_.get(), index.data()));
     batch.flush();
+}
+
+unsigned char* SimplexTable::inks_at(std::array<int, 3> point) const {
+    std::array<unsigned char, 3> rounded_codes;
+    return md_tetrab_vertex_get(table_.get(), point.data(), rounded_codes.data());
+}
+
+Simplex SimplexTable::simplex_of(const unsigned char* codes) const {
+    Simplex simplex;
+    const double step = 255.0 / (grid_ - 1);
+    for (std::size_t d = 0; d < 3; ++d) {
+        // The last code is the last grid point, also where the quotient falls just short of it.
+        const double place   = codes[d] == 255 ? grid_ - 1 : codes[d] / step;
+        simplex.cell[d]      = static_cast<int>(place);
+        simplex.positions[d] = static_cast<int>((place - simplex.cell[d]) * 255);
+    }
+
+    // From the lowest corner one step after the other, along the axis that is farthest first.
+    std::array<std::size_t, 3> axes = {0, 1, 2};
+    std::stable_sort(axes.begin(), axes.end(), [&](std::size_t a, std::size_t b) {
+        return simplex.positions[a] > simplex.positions[b];
+    });
+    std::array<int, 3> point = simplex.cell;
+    int above                = 255;
+    for (std::size_t k = 0; k <= axes.size(); ++k) {
+        const int position = k < axes.size() ? simplex.positions[axes[k]] : 0;
+        if (above > position) simplex.corners.push_back({point, above - position, inks_at(point)});
+        above = position;
+        if (k < axes.size()) ++point[axes[k]];
+    }
+    return simplex;
 }
 
 void SimplexTable::operator()(const unsigned char* in, unsigned char* out, int pixels,

@@ -5,12 +5,28 @@
 
 #include "movane/interpolation.h"
 
+#include <array>
 #include <memory>
+#include <vector>
 
 namespace host {
 
 struct KillTable {
     void operator()(md_tetrab_table* table) const { md_tetrab_kill(table); }
+};
+
+/// Where a colour of three channels lies in a table.
+struct Simplex {
+    /// A grid point that counts.
+    struct Corner {
+        std::array<int, 3> point;
+        int weight;  // 1 to 255; those of all corners are 255 together
+        const unsigned char* values;
+    };
+
+    std::array<int, 3> cell;       // its lowest grid point
+    std::array<int, 3> positions;  // in the cell, in 1/255 of it
+    std::vector<Corner> corners;   // from the lowest on
 };
 
 class SimplexTable {
@@ -25,8 +41,17 @@ public:
     void operator()(const unsigned char* in, unsigned char* out, int pixels,
                     const unsigned char* mask = nullptr) const;
 
+    int grid() const { return grid_; }
+
+    /// The values at a grid point of a table of three dimensions, open to writing.
+    unsigned char* inks_at(std::array<int, 3> point) const;
+
+    /// Takes apart what the table does with a colour of three channels: each corner adds its value
+    /// times its weight / 255, rounded.
+    Simplex simplex_of(const unsigned char* codes) const;
+
 private:
-    int dims_, outputs_;
+    int dims_, outputs_, grid_;
     std::unique_ptr<md_tetrab_table, KillTable> table_;
 };
 

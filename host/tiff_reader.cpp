@@ -1,11 +1,14 @@
 // TIFF: RGB, gray and palette images in lines are read line by line; everything else that libtiff
-// knows how to show (tiles, planes, fewer bits, YCbCr, Lab) goes through its whole-frame reader.
+// knows how to show (tiles, planes, fewer bits, YCbCr, Lab) goes through its whole-frame reader,
+// which gives 8 bits a sample whatever the file holds.
 
 #include "image_reader.h"
 #include "tiff_file.h"
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
+#include <limits>
 
 namespace host {
 namespace {
@@ -110,6 +113,7 @@ private:
             fail_damaged("its lines are too short");
         check_frame(needed);
         line_bytes_.resize(static_cast<std::size_t>(line_bytes));
+        info_.is_deep = bits_ == 16;
     }
 
     void decode(unsigned char* out) override {
@@ -118,7 +122,8 @@ private:
                                  0) < 0)
                 fail_damaged(file_.message());
             for (std::size_t x = 0; x < static_cast<std::size_t>(info_.width); ++x)
-                out = convert(x, out);
+                out =
+                    info_.is_deep ? convert<std::uint16_t>(x, out) : convert<std::uint8_t>(x, out);
         } else {
             if (line_ == 0) read_frame();
             copy_frame_line(out);
@@ -126,25 +131,31 @@ private:
         ++line_;
     }
 
+    // Pixel x of the line; samples are in the order of this machine's bytes: libtiff has swapped
+    // them. The buffers are bytes, hence the copies.
+    template <class Sample>
     unsigned char* convert(std::size_t x, unsigned char* out) const {
-        const std::size_t first = x * samples_;
-        const auto sample       = [&](std::size_t c) {
-            if (bits_ == 8) return line_bytes_[first + c];
-            std::uint16_t value;  // in the order of this machine's bytes: libtiff has swapped them
-            std::copy_n(&line_bytes_[2 * (first + c)], sizeof value,
-                              reinterpret_cast<unsigned char*>(&value));
-            return from_16_bits(value);
+        const auto sample = [&](std::size_t c) {
+            Sample value;
+            std::memcpy(&value, &line_bytes_[(x * samples_ + c) * sizeof value], sizeof value);
+            return value;
+        };
+        const auto put = [&](unsigned value) {
+            const auto stored = static_cast<Sample>(value);
+            std::memcpy(out, &stored, sizeof stored);
+            out += sizeof stored;
         };
         for (std::size_t c = 0; c < 3; ++c) {
             if (photometric_ == PHOTOMETRIC_RGB)
-                *out++ = sample(c);
+                put(sample(c));
             else if (photometric_ == PHOTOMETRIC_PALETTE)
-                *out++ = from_16_bits(palette_[c][sample(0)]);
+                put(from_16_bits(palette_[c][sample(0)]));
+            else if (photometric_ == PHOTOMETRIC_MINISWHITE)
+                put(std::numeric_limits<Sample>::max() - unsigned{sample(0)});
             else
-                *out++ = static_cast<unsigned char>(
-                    photometric_ == PHOTOMETRIC_MINISWHITE ? 255 - sample(0) : sample(0));
+                put(sample(0));
         }
-        if (info_.has_alpha) *out++ = sample(colours());
+        if (info_.has_alpha) put(sample(colours()));
         return out;
     }
 

@@ -41,7 +41,7 @@ host_packages=(libcli11-dev nlohmann-json3-dev liblcms2-dev libpng-dev libjpeg-d
     libcairo2-dev libgs-common)
 test_packages=(googletest libtiff-tools python3)
 check_packages=(clang-format git python3)
-demo_packages=(googletest icc-profiles-free libjxl-testdata)
+demo_packages=(googletest icc-profiles-free libjxl-testdata python3-pil)
 cross_packages=(g++-multilib g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix)
 windows_packages=(wine64 debootstrap debian-archive-keyring)
 bench_packages=(libbenchmark-dev libeigen3-dev libgs-common libgsl-dev liblcms2-dev libnlopt-dev

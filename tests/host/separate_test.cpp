@@ -1,7 +1,6 @@
 // movane separate: pixels against lcms alone, tags by another reader, and what cannot be separated.
 
-#include "support/images.h"
-#include "support/program.h"
+#include "support/separation.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -18,42 +17,8 @@ namespace {
 
 using namespace host_tests;
 
-constexpr int kWidth = 83, kHeight = 41;  // odd: neither whole patches nor whole vectors
-
 constexpr void (*kWriters[])(const std::string&, const Image&, const Kind&) = {
     write_png, write_jpeg, write_tiff};
-
-class Separate : public ::testing::Test {
-protected:
-    Separate() {
-        shop.write("press.icc", press_profile());
-        write_png(shop.path("photo.png"), photo);
-    }
-
-    /// Separates to "out.tif" and expects success.
-    Result separate(const std::string& arguments) {
-        Result result = shop.run("movane separate -o out.tif -p press.icc " + arguments);
-        EXPECT_EQ(result.exit_code, 0) << arguments << ": " << result.err;
-        return result;
-    }
-    Image ink_of(const std::string& arguments) {
-        separate(arguments);
-        return read_cmyk_tiff(shop.path("out.tif"));
-    }
-
-    const Workshop shop;
-    const Image photo = patches(kWidth, kHeight, 3);
-};
-
-int largest_difference(const Image& a, const Image& b) {
-    EXPECT_EQ(a.width, b.width);
-    EXPECT_EQ(a.samples.size(), b.samples.size());
-    if (a.samples.size() != b.samples.size()) return 256;
-    int largest = 0;
-    for (std::size_t i = 0; i < a.samples.size(); ++i)
-        largest = std::max(largest, std::abs(a.samples[i] - b.samples[i]));
-    return largest;
-}
 
 // --- colours --------------------------------------------------------------------------------
 
@@ -341,7 +306,8 @@ TEST_F(Separate, ErrorsNameFileAndRemedy) {
             {"lab.icc", 1, "lab.icc: is a colour space profile for Lab; "},
         });
     shop.expect_failures("prlimit --fsize=4096 ",
-                         {{kToPress + std::string("photo.png"), 1, "out.tif: cannot be written"}});
+                         {{kToPress + std::string("photo.png"), 1, "out.tif: cannot be written"},
+                          {kToPress + std::string("photo.png --plates"), 1, "cannot be written"}});
 }
 
 TEST_F(Separate, RefusesDamagedPhotos) {
@@ -409,7 +375,8 @@ TEST_F(Separate, InterruptedLeavesNothingBehind) {
     const auto before = shop.files();
     for (const int signal : {SIGINT, SIGTERM}) {
         // A table of this size takes seconds; the temporary files are there before it.
-        const pid_t process = shop.start(kToPress + std::string("photo.png --grid 256"));
+        const pid_t process = shop.start(
+            kToPress + std::string("photo.png --grid 256 --plates --depth 1 --preview p.png"));
         for (int i = 0; shop.files() == before && i < 1000; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         EXPECT_NE(shop.files(), before);

@@ -7,6 +7,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <bit>
 
 namespace host_tests {
 namespace {
@@ -18,10 +19,10 @@ std::uint8_t component(int colour, int c) {
 
 int colour_of(const std::uint8_t* rgb) { return rgb[0] / 36 | rgb[1] / 36 << 3 | rgb[2] / 85 << 6; }
 
-// Samples as a file of the kind stores them, in this machine's order of bytes: of all channels or
-// of one plane, with zeros around the image up to the width and height.
+// Samples as a file of the kind stores them, the upper byte of 16 bits first or last: of all
+// channels or of one plane, with zeros around the image up to the width and height.
 std::vector<std::uint8_t> stored(const Image& image, const Kind& kind, int width, int height,
-                                 int plane = -1) {
+                                 bool is_lower_first, int plane = -1) {
     std::vector<std::uint8_t> bytes;
     for (int i = 0; i < width * height; ++i) {
         const int x = i % width, y = i / width;
@@ -31,8 +32,11 @@ std::vector<std::uint8_t> stored(const Image& image, const Kind& kind, int width
             if (x < image.width && y < image.height)
                 value = kind.has_palette ? colour_of(image.at(x, y)) : image.at(x, y)[c];
             if (kind.is_inverted) value = 255 - value;
-            bytes.insert(bytes.end(), kind.bits / 8,
-                         static_cast<std::uint8_t>(value));  // 257 times the value in 16 bits
+            const int low = kind.low_byte < 0 ? value : kind.low_byte;  // else 257 times the value
+            if (kind.bits == 16)
+                bytes.push_back(static_cast<std::uint8_t>(is_lower_first ? low : value));
+            bytes.push_back(
+                static_cast<std::uint8_t>(kind.bits == 16 && !is_lower_first ? low : value));
         }
     }
     return bytes;
@@ -83,7 +87,7 @@ void write_png(const std::string& path, const Image& image, const Kind& kind) {
                      reinterpret_cast<png_const_bytep>(kind.profile.data()),
                      static_cast<png_uint_32>(kind.profile.size()));
     png_write_info(png, head);
-    std::vector<std::uint8_t> bytes = stored(image, kind, image.width, image.height);
+    std::vector<std::uint8_t> bytes = stored(image, kind, image.width, image.height, false);
     std::vector<png_bytep> lines;
     for (int y = 0; y < image.height; ++y) lines.push_back(&bytes[bytes.size() / image.height * y]);
     png_write_image(png, lines.data());
@@ -159,8 +163,9 @@ void write_tiff(const std::string& path, const Image& image, const Kind& kind) {
                  kind.is_tiled ? side : image.height);
     if (kind.is_tiled) TIFFSetField(tiff, TIFFTAG_TILEWIDTH, side);
     for (int plane = 0; plane < (kind.is_planar ? channels : 1); ++plane) {
-        auto bytes = stored(image, kind, kind.is_tiled ? side : image.width,
-                            kind.is_tiled ? side : image.height, kind.is_planar ? plane : -1);
+        auto bytes = stored(
+            image, kind, kind.is_tiled ? side : image.width, kind.is_tiled ? side : image.height,
+            std::endian::native == std::endian::little, kind.is_planar ? plane : -1);
         write(tiff, plane, bytes.data(), std::ssize(bytes));
     }
     TIFFClose(tiff);
@@ -177,6 +182,29 @@ Image read_cmyk_tiff(const std::string& path) {
     for (int y = 0; y < image.height; ++y) TIFFReadScanline(tiff, image.at(0, y), y, 0);
     TIFFClose(tiff);
     return image;
+}
+
+Inks read_inks(const std::string& path) {
+    Inks inks;
+    TIFF* const tiff = TIFFOpen(path.c_str(), "r");
+    if (!tiff) return inks;
+    std::uint16_t bits = 0, channels = 0, photometric = 0;
+    TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &inks.width);
+    TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &inks.height);
+    TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+    TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &channels);
+    TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
+    inks.bits        = bits;
+    inks.channels    = channels;
+    inks.photometric = photometric;
+    std::vector<std::uint8_t> line(TIFFScanlineSize(tiff));
+    for (int y = 0; y < inks.height; ++y) {
+        TIFFReadScanline(tiff, line.data(), y, 0);
+        for (int at = 0; at < inks.width * channels * bits; at += bits)
+            inks.samples.push_back(line[at / 8] >> (8 - bits - at % 8) & ((1 << bits) - 1));
+    }
+    TIFFClose(tiff);
+    return inks;
 }
 
 Image read_rgb_png(const std::string& path) {

@@ -24,6 +24,7 @@ Image patches(int width, int height, int channels);
 
 struct Kind {
     int bits         = 8;
+    int low_byte     = -1;     // of 16 bits: the lower half; -1 for a copy of the upper one
     bool is_whole    = false;  // interlaced PNG, progressive JPEG
     bool is_tiled    = false;  // TIFF
     bool is_planar   = false;  // TIFF
@@ -37,6 +38,13 @@ void write_jpeg(const std::string& path, const Image& image, const Kind& kind = 
 void write_tiff(const std::string& path, const Image& image, const Kind& kind = {});
 
 Image read_cmyk_tiff(const std::string& path);
+
+/// An ink file of any depth, each sample in a byte of its own.
+struct Inks : Image {
+    int bits = 0, photometric = 0;
+};
+Inks read_inks(const std::string& path);
+
 Image read_rgb_png(const std::string& path);
 
 /// Profiles: a CMYK output profile whose paper is slightly yellow, sRGB, an RGB with a larger
@@ -45,6 +53,9 @@ std::string press_profile();
 std::string srgb_profile();
 std::string wide_rgb_profile();
 std::string lab_profile();
+
+/// L*, a* and b* of each pixel of inks on white paper, by lcms alone.
+std::vector<double> lab_of(const Image& inks, const std::string& profile);
 
 /// The image through two profiles, by lcms alone.
 ///

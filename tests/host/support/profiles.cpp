@@ -86,6 +86,20 @@ std::string wide_rgb_profile() {
 
 std::string lab_profile() { return saved(cmsCreateLab4Profile(nullptr)); }
 
+std::vector<double> lab_of(const Image& inks, const std::string& profile) {
+    const cmsHPROFILE profiles[] = {
+        cmsOpenProfileFromMem(profile.data(), static_cast<unsigned>(profile.size())),
+        cmsCreateLab4Profile(nullptr)};
+    cmsHTRANSFORM const transform =
+        cmsCreateTransform(profiles[0], TYPE_CMYK_8, profiles[1], TYPE_Lab_DBL,
+                           INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE);
+    std::vector<double> lab(3 * inks.samples.size() / 4);
+    cmsDoTransform(transform, inks.samples.data(), lab.data(), inks.width * inks.height);
+    cmsDeleteTransform(transform);
+    for (cmsHPROFILE const opened : profiles) cmsCloseProfile(opened);
+    return lab;
+}
+
 Image convert(const Image& image, const std::string& from, const std::string& to, int intent,
               bool has_black_point_compensation) {
     const cmsHPROFILE profiles[] = {
