@@ -33,17 +33,17 @@ TEST(Flood, FillsTheConnectedRegionOnceInTheOrderOfSpans) {
     const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
     std::mt19937 random(1);
     const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-    for (int round = 0; round < 30000; ++round) {
-        const int size = round % 100 == 0 ? 60 : 12;
-        FloodRaster raster(below(200) - 100, below(200) - 100, 1 + below(size), 1 + below(size));
-        const int density = below(101);
-        for (char& pixel : raster.pixels) pixel = below(100) < density ? 1 : 0;
+    for (int round = 0; round < 20000; ++round) {
+        const int size = round % 100 == 0 ? 60 : 12, density = below(101);
+        FloodRaster raster{below(200) - 100, below(200) - 100, 1 + below(size), 1 + below(size)};
+        for (char& pixel : raster.pixels) pixel = below(100) < density;
         // Walls and corridors, which noise has not.
         for (int wall = below(4); wall > 0; --wall) {
-            const char value = below(2) ? 1 : 0;
-            const int x = below(raster.width), y = below(raster.height), along = below(2);
-            for (int i = 0; i < (along ? raster.width : raster.height); ++i)
-                *raster.at(raster.left + (along ? i : x), raster.top + (along ? y : i)) = value;
+            const bool is_along = below(2), value = below(2);
+            const int start = below(is_along ? raster.height : raster.width),
+                      step  = is_along ? 1 : raster.width;
+            for (int i = 0; i < (is_along ? raster.width : raster.height); ++i)
+                raster.pixels[start * (is_along ? raster.width : 1) + i * step] = value;
         }
         const int x = raster.left + below(raster.width), y = raster.top + below(raster.height);
         ASSERT_NO_FATAL_FAILURE(expect_filled(f, raster, x, y)) << "round " << round;
@@ -62,7 +62,7 @@ TEST(Flood, KeepsRemaindersOfShadowsWithinThem) {
         "###...####.#####.#"
         "###############.##"
         "#########.#####.#.";
-    FloodRaster raster(0, 0, 18, 8);
+    FloodRaster raster{0, 0, 18, 8};
     std::ranges::transform(lines, raster.pixels.begin(), [](char c) { return c == '#'; });
     const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
     expect_filled(f, raster, 15, 1);
@@ -72,7 +72,7 @@ TEST(Flood, StopsAtTheEndsOfInt) {
     const Handle f(flood_new(FloodRaster::inside, FloodRaster::fill), flood_kill);
     for (const int left : {INT_MIN, INT_MAX - 3}) {
         for (const int top : {INT_MIN, INT_MAX - 3}) {
-            FloodRaster raster(left, top, 4, 4);
+            FloodRaster raster{left, top, 4, 4};
             raster.pixels.assign(raster.pixels.size(), 1);
             flood_do(f, &raster, left + 1, top + 2);
             EXPECT_EQ(raster.strays, 0);

@@ -44,11 +44,8 @@ TEST(GradTab, KeepsRelativePairsAndReadsThemBack) {
                   "[patches]\np100 = 0.000  1.000\np50 = 0.500  0.250\n"
                   "p0 = 1.000  0.000\np50 = 0.502  0.500\np100 = 0.005  0.950\n");
         // Its inverse is from the beginning.
-        const double in = 150;
-        double out      = 0;
-        EXPECT_EQ(grad_tab_do(t, &in, 1, &out, 1, 1), 0);
-        EXPECT_NEAR(out, 290 - 140 * 49 / 99.0, 1e-9);
-        EXPECT_EQ(outcome_of([&] { return grad_tab_do_inv(t, &in, 1, &out, 1, 1); }),
+        double sample = 150;
+        EXPECT_EQ(outcome_of([&] { return grad_tab_do_inv(t, &sample, 1, &sample, 1, 1); }),
                   "-1 lin_interp : too little function points");
     }
     write_file(path, "[patches]\na = 0 1\nb = 1 0.25\nc = 0.5 0.5\n");

@@ -34,11 +34,10 @@ struct Clut {
     }
 
     float corner(const Place& p, unsigned number, int channel) const {
-        std::size_t at = 0;
+        int at = 0;
         for (std::size_t d = 0; d < points.size(); ++d)
-            at = at * static_cast<std::size_t>(points[d]) + static_cast<std::size_t>(p.cell[d]) +
-                 (number >> d & 1);
-        return data[at * static_cast<std::size_t>(channels) + static_cast<std::size_t>(channel)];
+            at = at * points[d] + p.cell[d] + static_cast<int>(number >> d & 1);
+        return data[at * channels + channel];
     }
 
     float multilinear(const std::vector<double>& in, int channel) const {

@@ -2,6 +2,8 @@
 // them. No ring, no delay, sums in 64 bits.
 #pragma once
 
+#include "reference/scanlines.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -9,23 +11,17 @@
 
 namespace movane_tests {
 
-/// An image of noise, made anew wherever it is looked at, and a filter for it.
+/// An image of noise and a filter for it.
 template <class Sample>
 struct FirImage {
     int channels, width, height;  // as announced
     int fed;                      // lines
-    unsigned seed;                // odd: samples around the ends and the middle of the range only
+    unsigned seed;
     int radius, max_value;
     const std::vector<double>& weights;
 
     Sample operator()(int channel, int y, int x) const {
-        unsigned mixed = seed;
-        for (const int part : {channel, y, x}) {
-            mixed = (mixed ^ static_cast<unsigned>(part)) * 0x9E3779B1U;
-            mixed ^= mixed >> 15;
-        }
-        constexpr int kExtremes[] = {0, 127, 128, 32767, 32768, 65535};
-        return static_cast<Sample>(seed % 2 ? kExtremes[mixed % 6] : mixed);
+        return static_cast<Sample>(noise(seed, channel, y, x));
     }
 
     Sample filtered(int channel, int y, int x) const {
@@ -43,13 +39,6 @@ struct FirImage {
         return static_cast<std::int64_t>(
             std::clamp(std::trunc(weight * 65536.0), -2147483648.0, 2147483647.0));
     }
-};
-
-template <class Sample>
-struct Delivery {
-    int call, channel;  // the line call within which it happened, from 0
-    std::vector<Sample> line;
-    bool operator==(const Delivery&) const = default;
 };
 
 template <class Sample>

@@ -20,22 +20,16 @@ struct FloodRaster {
     };
 
     int left, top, width, height;
-    std::vector<char> pixels;
-    std::vector<Call> calls;
-    bool keeps_calls = true;
-    int strays       = 0;  // filled pixels that were not to be filled
-
-    FloodRaster(int left_, int top_, int width_, int height_)
-        : left(left_), top(top_), width(width_), height(height_) {
-        pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    }
+    bool keeps_calls         = true;
+    std::vector<char> pixels = std::vector<char>(width * height);
+    std::vector<Call> calls  = {};
+    int strays               = 0;  // filled pixels that were not to be filled
 
     /// Null outside.
-    char* at(int x, int y) {
-        const long long column = static_cast<long long>(x) - left,
-                        row    = static_cast<long long>(y) - top;
-        if (column < 0 || column >= width || row < 0 || row >= height) return nullptr;
-        return &pixels[static_cast<std::size_t>(row * width + column)];
+    char* at(long long x, long long y) {
+        const long long column = x - left, row = y - top;
+        const bool is_outside = column < 0 || column >= width || row < 0 || row >= height;
+        return is_outside ? nullptr : &pixels[row * width + column];
     }
 
     static int inside(void* user, int x, int y) {
@@ -49,12 +43,8 @@ struct FloodRaster {
         auto& raster = *static_cast<FloodRaster*>(user);
         if (raster.keeps_calls) raster.calls.push_back({'f', x1, x2, y});
         for (long long x = x1; x <= x2; ++x) {
-            char* const pixel = raster.at(static_cast<int>(x), y);
-            if (!pixel || *pixel != 1) {
-                ++raster.strays;
-            } else {
-                *pixel = 2;
-            }
+            char* const pixel = raster.at(x, y);
+            if (!pixel || std::exchange(*pixel, 2) != 1) ++raster.strays;
         }
     }
 };
@@ -79,7 +69,7 @@ public:
     explicit FloodModel(FloodRaster& raster) : raster_(raster) {}
 
     void run(int x, int y) {
-        pending_.push_front({x, x, y, y, true});
+        cast(x, x, y, y);
         while (!pending_.empty()) {
             make_line();
             while (!active_.empty()) {
@@ -97,11 +87,10 @@ private:
     };
 
     void make_line() {
-        const auto taken = std::exchange(pending_, {});
-        bool has_line    = false;
+        auto taken = std::exchange(pending_, {});
+        taken.remove_if([](const Shadow& s) { return !s.ok; });
+        if (!taken.empty()) line_ = taken.front().y;
         for (const Shadow& s : taken) {
-            if (!s.ok) continue;
-            if (!std::exchange(has_line, true)) line_ = s.y;
             if (s.y != line_) {
                 pending_.push_front(s);
                 continue;
@@ -115,7 +104,7 @@ private:
     bool is_inside(int x) { return FloodRaster::inside(&raster_, x, line_) != 0; }
 
     void cast(int lft, int rgt, int y, int parent_y) {
-        pending_.push_front({lft, rgt, y, parent_y, true});
+        if (lft <= rgt) pending_.push_front({lft, rgt, y, parent_y, true});
     }
 
     void scan(const Shadow& s) {
@@ -125,16 +114,14 @@ private:
             if (x == s.lft)
                 while (is_inside(x1 - 1)) --x1;
             while (is_inside(x)) ++x;
-            const int x2 = x - 1;
+            const int x2 = x - 1, onward = line_ < s.parent_y ? -1 : 1;
             FloodRaster::fill(&raster_, x1, x2, line_);
+            cast(x1, x2, line_ + onward, line_);
             if (line_ == s.parent_y) {
-                cast(x1, x2, line_ + 1, line_);
                 cast(x1, x2, line_ - 1, line_);
             } else {
-                const int onward = line_ < s.parent_y ? -1 : 1;
-                cast(x1, x2, line_ + onward, line_);
-                if (x1 < s.lft - 1) cast(x1, s.lft - 2, line_ - onward, line_);
-                if (x2 > s.rgt + 1) cast(s.rgt + 2, x2, line_ - onward, line_);
+                cast(x1, s.lft - 2, line_ - onward, line_);
+                cast(s.rgt + 2, x2, line_ - onward, line_);
             }
             remove_overlaps(x2);
         }
@@ -146,14 +133,11 @@ private:
             const auto u = std::find_if(pending_.begin(), pending_.end(),
                                         [&](const Shadow& p) { return p.y == t.parent_y; });
             if (u == pending_.end()) continue;
-            if (u->lft < t.lft - 1) cast(u->lft, t.lft - 2, u->y, t.y);
-            if (u->rgt > t.rgt + 1) cast(std::max(u->lft, t.rgt + 2), u->rgt, u->y, t.y);
+            cast(u->lft, t.lft - 2, u->y, t.y);
+            cast(std::max(u->lft, t.rgt + 2), u->rgt, u->y, t.y);
             u->ok = false;
-            if (t.rgt <= u->rgt + 1) {
-                t.ok = false;
-            } else {
-                t.lft = u->rgt + 2;
-            }
+            t.ok  = t.rgt > u->rgt + 1;
+            t.lft = u->rgt + 2;
         }
     }
 

@@ -2,11 +2,12 @@
 // them. No rings, the kernels as squares of weights, no tables.
 #pragma once
 
-#include "reference/fir_reference.h"
+#include "reference/scanlines.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -17,7 +18,7 @@ inline int mixed_channel(int first, int last, int channel) {
     return (3 * first + last + 7 * channel) / 4;
 }
 
-/// An image of noise, made anew wherever it is looked at, and a filter for it.
+/// An image of noise and a filter for it.
 template <class Sample>
 struct FusmImage {
     int radius, maxval, comps, channels;
@@ -34,14 +35,10 @@ struct FusmImage {
     int half() const { return radius == 0 ? 1 : 2; }
 
     Sample noise_at(int what, int y, int x) const {
-        unsigned mixed = seed;
-        for (const int part : {what, y, x}) {
-            mixed = (mixed ^ static_cast<unsigned>(part)) * 0x9E3779B1U;
-            mixed ^= mixed >> 15;
-        }
+        const unsigned any = mixed(seed, what, y, x);
         // Flat enough here and there for small responses.
         const auto range = static_cast<unsigned>(brightest) + 1;
-        return static_cast<Sample>(mixed % 4 ? 40 + mixed / 4 % 8 : mixed / 4 % range);
+        return static_cast<Sample>(any % 4 ? 40 + any / 4 % 8 : any / 4 % range);
     }
     Sample operator()(int comp, int y, int x) const { return noise_at(comp, y, x); }
     Sample limit(int y, int x) const { return noise_at(9, y, x); }
@@ -54,26 +51,15 @@ struct FusmImage {
     }
 
     int response(int channel, int y, int x) const {
-        static constexpr int kWeights[3][5][5] = {{{0, 0, 0, 0, 0},
-                                                   {0, 0, -1, 0, 0},
-                                                   {0, -1, 4, -1, 0},
-                                                   {0, 0, -1, 0, 0},
-                                                   {0, 0, 0, 0, 0}},
-                                                  {{0, 0, -1, 0, 0},
-                                                   {0, 0, -2, 0, 0},
-                                                   {-1, -2, 12, -2, -1},
-                                                   {0, 0, -2, 0, 0},
-                                                   {0, 0, -1, 0, 0}},
-                                                  {{0, -1, -2, -1, 0},
-                                                   {-1, 0, 2, 0, -1},
-                                                   {-2, 2, 8, 2, -2},
-                                                   {-1, 0, 2, 0, -1},
-                                                   {0, -1, -2, -1, 0}}};
+        // By the distances of line and column.
+        static constexpr int kWeights[3][3][3] = {{{4, -1, 0}, {-1, 0, 0}, {0, 0, 0}},
+                                                  {{12, -2, -1}, {-2, 0, 0}, {-1, 0, 0}},
+                                                  {{8, 2, -2}, {2, 0, -1}, {-2, -1, 0}}};
         if (x < half() || x >= width - half()) return 0;
         int sum = 0;
         for (int i = -half(); i <= half(); ++i)
             for (int j = -half(); j <= half(); ++j)
-                if (const int weight = kWeights[radius][i + 2][j + 2])
+                if (const int weight = kWeights[radius][std::abs(i)][std::abs(j)])
                     sum += weight * source(channel, y + i, x + j);
         return sum;
     }

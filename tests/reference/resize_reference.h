@@ -1,34 +1,21 @@
 // The two resizers seen as a whole: two passes over an image that is there at once, in 64 bits.
 #pragma once
 
+#include "reference/scanlines.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <vector>
 
 namespace movane_tests {
 
-/// An image of noise, made anew wherever it is looked at, and the size it is to get.
+/// An image of noise and the size it is to get.
 struct ResizeImage {
     int channels, in_h, in_w, out_h, out_w;
-    int fed;        // lines
-    unsigned seed;  // odd: samples around the ends and the middle of the range only
+    int fed;  // lines
+    unsigned seed;
 
-    unsigned operator()(int channel, int y, int x) const {
-        unsigned mixed = seed;
-        for (const int part : {channel, y, x}) {
-            mixed = (mixed ^ static_cast<unsigned>(part)) * 0x9E3779B1U;
-            mixed ^= mixed >> 15;
-        }
-        constexpr unsigned kExtremes[] = {0, 127, 128, 255, 32767, 32768, 65535};
-        return seed % 2 ? kExtremes[mixed % 7] : mixed;
-    }
-};
-
-template <class Sample>
-struct ResizedLine {
-    int call, channel;  // the line call within which it came, from 0
-    std::vector<Sample> line;
-    bool operator==(const ResizedLine&) const = default;
+    unsigned operator()(int channel, int y, int x) const { return noise(seed, channel, y, x); }
 };
 
 /// What an output draws on: inputs from `first` on.
@@ -83,7 +70,7 @@ inline std::vector<Taps> bilinear_taps(int in, int out) {
 inline std::uint32_t wrapped(std::int64_t sum) { return static_cast<std::uint32_t>(sum); }
 
 template <class Sample>
-std::vector<ResizedLine<Sample>> zoom_reference(const ResizeImage& image) {
+std::vector<Delivery<Sample>> zoom_reference(const ResizeImage& image) {
     constexpr std::int64_t kRounding = sizeof(Sample) == 1 ? 32768 : 0;
     const auto rows                  = zoom_taps(image.in_h, image.out_h);
     const auto columns               = zoom_taps(image.in_w, image.out_w);
@@ -94,7 +81,7 @@ std::vector<ResizedLine<Sample>> zoom_reference(const ResizeImage& image) {
                    taps.weights[k];
         return static_cast<std::int32_t>(wrapped(sum)) >> 16;
     };
-    std::vector<ResizedLine<Sample>> lines;
+    std::vector<Delivery<Sample>> lines;
     for (const Taps& row : rows) {
         const int call = row.first + static_cast<int>(row.weights.size()) - 1;
         for (int channel = 0; channel < image.channels && call < image.fed; ++channel) {
@@ -103,7 +90,7 @@ std::vector<ResizedLine<Sample>> zoom_reference(const ResizeImage& image) {
                 for (std::size_t x = 0; x < columns.size(); ++x)
                     sums[x] += across(channel, row.first + static_cast<int>(k), columns[x]) *
                                row.weights[k];
-            ResizedLine<Sample> line{call, channel, {}};
+            Delivery<Sample> line{call, channel, {}};
             for (const std::int64_t sum : sums)
                 line.line.push_back(static_cast<Sample>(wrapped(sum) >> 16));
             lines.push_back(line);
@@ -113,7 +100,7 @@ std::vector<ResizedLine<Sample>> zoom_reference(const ResizeImage& image) {
 }
 
 template <class Sample>
-std::vector<ResizedLine<Sample>> bilinear_reference(const ResizeImage& image) {
+std::vector<Delivery<Sample>> bilinear_reference(const ResizeImage& image) {
     const auto rows    = bilinear_taps(image.in_h, image.out_h);
     const auto columns = bilinear_taps(image.in_w, image.out_w);
     const auto mix     = [](std::int64_t a, std::int64_t b, std::int64_t fraction) {
@@ -125,7 +112,7 @@ std::vector<ResizedLine<Sample>> bilinear_reference(const ResizeImage& image) {
                    ? sample(taps.first)
                    : mix(sample(taps.first), sample(taps.first + 1), taps.weights[1]);
     };
-    std::vector<ResizedLine<Sample>> lines;
+    std::vector<Delivery<Sample>> lines;
     std::vector<int> taken;  // the input lines that were needed when they came
     std::size_t j = 0;
     for (int y = 0; y < image.fed && j < rows.size(); ++y) {
@@ -139,7 +126,7 @@ std::vector<ResizedLine<Sample>> bilinear_reference(const ResizeImage& image) {
             const double p     = static_cast<double>(j) * image.in_h / image.out_h;
             const auto part    = static_cast<int>((p - static_cast<int>(p)) * 65536);
             for (int channel = 0; channel < image.channels; ++channel) {
-                ResizedLine<Sample> line{y, channel, {}};
+                Delivery<Sample> line{y, channel, {}};
                 for (const Taps& taps : columns)
                     line.line.push_back(static_cast<Sample>(mix(
                         across(channel, previous, taps), across(channel, current, taps), part)));
