@@ -91,7 +91,8 @@ struct Table : CLUT {
 };
 
 TEST(InterpolationWithoutMemory, ClutsHaveNoPointsAndGiveZeros) {
-    for (const unsigned char inputs : {1, 3, 4, 5, 7}) {
+    for (const int dims : {1, 3, 4, 5, 7}) {
+        const auto inputs = static_cast<unsigned char>(dims);
         check_every_allocation_failure("CLUT", "", [inputs] {
             std::vector<unsigned char> points(inputs, 2);
             std::vector<float> ones(256, 1);

@@ -81,19 +81,21 @@ std::vector<Delivery<Sample>> zoom_reference(const ResizeImage& image) {
                    taps.weights[k];
         return static_cast<std::int32_t>(wrapped(sum)) >> 16;
     };
+    std::vector<std::vector<std::int32_t>> scaled(image.channels * image.in_h);
+    for (int i = 0; i < image.channels * image.in_h; ++i)
+        for (const Taps& column : columns)
+            scaled[i].push_back(across(i / image.in_h, i % image.in_h, column));
     std::vector<Delivery<Sample>> lines;
     for (const Taps& row : rows) {
         const int call = row.first + static_cast<int>(row.weights.size()) - 1;
         for (int channel = 0; channel < image.channels && call < image.fed; ++channel) {
-            std::vector<std::int64_t> sums(columns.size(), kRounding);
-            for (std::size_t k = 0; k < row.weights.size(); ++k)
-                for (std::size_t x = 0; x < columns.size(); ++x)
-                    sums[x] += across(channel, row.first + static_cast<int>(k), columns[x]) *
-                               row.weights[k];
-            Delivery<Sample> line{call, channel, {}};
-            for (const std::int64_t sum : sums)
-                line.line.push_back(static_cast<Sample>(wrapped(sum) >> 16));
-            lines.push_back(line);
+            lines.push_back({call, channel, {}});
+            for (std::size_t x = 0; x < columns.size(); ++x) {
+                std::int64_t sum = kRounding;
+                for (std::size_t k = 0; k < row.weights.size(); ++k)
+                    sum += scaled[channel * image.in_h + row.first + k][x] * row.weights[k];
+                lines.back().line.push_back(static_cast<Sample>(wrapped(sum) >> 16));
+            }
         }
     }
     return lines;

@@ -87,28 +87,30 @@ void expect_like_reference(Family& family, ResizeImage image, int in_step, int o
     }
 }
 
-/// Random images, all channel counts and sample types: every pair of small heights; all widths up
-/// to three of the widest blocks of a kernel and one; and around strips.
+/// Random images, 1, 3 and 4 channels in turn: every pair of small heights; all widths up to three
+/// of the widest blocks of a kernel and one; and around strips.
 template <class Family>
 void expect_random_images_like_reference(Family& family) {
     std::mt19937 random(1);
     const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-    for (int i = 0; i < 7 * 7 * 2 + 22; ++i) {
+    for (int i = 0; i < 7 * 7 * 2 + 20; ++i) {
         const bool is_small = i < 7 * 7 * 2;
         const ResizeImage image{.channels = 1,
-                                .in_h     = is_small ? 1 + i % 7 : 1 + below(40),
-                                .in_w     = 1 + below(is_small ? 60 : 2000),
-                                .out_h    = is_small ? 1 + i / 7 % 7 : 1 + below(40),
+                                .in_h     = 1 + (is_small ? i % 7 : below(40)),
+                                .in_w     = 1 + below(is_small ? 60
+                                                      : i % 3  ? 200
+                                                               : 2000),
+                                .out_h    = 1 + (is_small ? i / 7 % 7 : below(40)),
                                 .out_w    = is_small ? 1 + i % 50 : 150 + i,
                                 .fed      = 0,
                                 .seed     = static_cast<unsigned>(random())};
-        const int in_step = 1 + below(5), out_step = 1 + below(5);
-        expect_like_reference<1, std::uint8_t>(family, image, in_step, out_step);
-        expect_like_reference<1, std::uint16_t>(family, image, in_step, out_step);
-        expect_like_reference<3, std::uint8_t>(family, image, in_step, out_step);
-        expect_like_reference<3, std::uint16_t>(family, image, in_step, out_step);
-        expect_like_reference<4, std::uint8_t>(family, image, in_step, out_step);
-        expect_like_reference<4, std::uint16_t>(family, image, in_step, out_step);
+        const auto compare = [&, in_step = 1 + below(5), out_step = 1 + below(5)](auto channels) {
+            expect_like_reference<channels, std::uint8_t>(family, image, in_step, out_step);
+            expect_like_reference<channels, std::uint16_t>(family, image, in_step, out_step);
+        };
+        if (i % 3 == 0) compare(std::integral_constant<int, 1>());
+        if (i % 3 == 1) compare(std::integral_constant<int, 3>());
+        if (i % 3 == 2) compare(std::integral_constant<int, 4>());
     }
 }
 
