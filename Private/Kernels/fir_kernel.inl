@@ -57,16 +57,11 @@ std::uint32_t split_weights(const std::int32_t* weights, int size, Taps& upper, 
     return sum;
 }
 
-// kStep is the step when it is known in advance; 0 when it is not.
-template <int kStep, class Sample>
+template <class Sample>
 void load_tile(const FirLine<Sample>& line, int first, int count, std::int16_t* tile) {
-    const std::ptrdiff_t step = kStep != 0 ? kStep : line.in_step;
-    for (int i = 0; i < line.size; ++i) {
-        const Sample* in  = line.rows[i] + first * step;
-        std::int16_t* row = tile + i * kTileWidth;
-        for (int x = 0; x < count; ++x)
-            row[x] = static_cast<std::int16_t>(in[x * step] - kMiddle<Sample>);
-    }
+    for (int i = 0; i < line.size; ++i)
+        gather<kMiddle<Sample>>(line.rows[i] + first * line.in_step, line.in_step, count,
+                                tile + i * kTileWidth);
 }
 
 struct BlockSums {
@@ -99,13 +94,9 @@ void filter_line(const FirLine<Sample>& line) {
     alignas(64) std::uint16_t results[kStrip];
     // The last block of a strip may be filled in part only; its other outputs are not stored.
     for (int i = 0; i < line.size * kTileWidth; ++i) tile[i] = 0;
-    const auto load_strip = line.in_step == 1   ? load_tile<1, Sample>
-                            : line.in_step == 3 ? load_tile<3, Sample>
-                            : line.in_step == 4 ? load_tile<4, Sample>
-                                                : load_tile<0, Sample>;
     for (int first = 0; first < line.count; first += kStrip) {
         const int count = line.count - first < kStrip ? line.count - first : kStrip;
-        load_strip(line, first, count + line.size - 1, tile);
+        load_tile(line, first, count + line.size - 1, tile);
         for (int x = 0; x < count; x += kBlock) {
             BlockSums sums;
             for (int k = 0; k < kSumsPerBlock; ++k) sums.even[k] = sums.odd[k] = Lanes::all(0);

@@ -8,23 +8,10 @@
 // The look-up of a correction has no lanes; it stands alone between a loop that finds all indices
 // and one that applies all corrections.
 
+#include "Kernels/strip.inl"
+
 constexpr int kStrip  = 512;  // samples
 constexpr int kMargin = 2 * kFusmMaxInterleaved;
-
-// kStep is the step when it is known in advance; 0 when it is not.
-template <int kStep, class From, class To>
-void gather(const From* from, std::ptrdiff_t any_step, int count, To* to) {
-    const std::ptrdiff_t step = kStep != 0 ? kStep : any_step;
-    for (int x = 0; x < count; ++x) to[x] = static_cast<To>(from[x * step]);
-}
-
-template <class From, class To>
-void gather(const From* from, std::ptrdiff_t step, int count, To* to) {
-    if (step == 1) return gather<1>(from, step, count, to);
-    if (step == 3) return gather<3>(from, step, count, to);
-    if (step == 4) return gather<4>(from, step, count, to);
-    gather<0>(from, step, count, to);
-}
 
 // The sum of two lines.
 template <class Sample, class Sum>
@@ -70,7 +57,7 @@ void high_pass(const FusmWindow<Sample>& w) {
         const int count  = static_cast<int>(w.count - first < kStrip ? w.count - first : kStrip);
         const int loaded = count + 2 * margin;
         const std::ptrdiff_t offset = (first - margin) * step;
-        gather(w.rows[kHalf] + offset, step, loaded, centre);
+        gather<0>(w.rows[kHalf] + offset, step, loaded, centre);
         gather_sum(w.rows[kHalf - 1] + offset, w.rows[kHalf + 1] + offset, step, loaded, next);
         if constexpr (kRadius != 0)
             gather_sum(w.rows[0] + offset, w.rows[4] + offset, step, loaded, far);
@@ -82,7 +69,7 @@ void high_pass(const FusmWindow<Sample>& w) {
 template <class T>
 const T* side_by_side(const T* samples, std::ptrdiff_t step, int count, T* tile) {
     if (step == 1) return samples;
-    gather(samples, step, count, tile);
+    gather<0>(samples, step, count, tile);
     return tile;
 }
 
@@ -152,16 +139,7 @@ void correct_line(const FusmLine<Sample>& l) {
         } else {
             apply<Work, Sample>(v, gain, nullptr, l.maxval, count, to);
         }
-        if (l.out_step == 1) continue;
-        int x = 0;
-        for (; x + 4 <= count; x += 4) {
-            Sample* const four   = out + x * l.out_step;
-            four[0]              = out_tile[x];
-            four[l.out_step]     = out_tile[x + 1];
-            four[2 * l.out_step] = out_tile[x + 2];
-            four[3 * l.out_step] = out_tile[x + 3];
-        }
-        for (; x < count; ++x) out[x * l.out_step] = out_tile[x];
+        if (to == out_tile) store_strip(out_tile, count, out, l.out_step);
     }
 }
 

@@ -12,31 +12,9 @@
 template <class Sample>
 constexpr int kMiddle = sizeof(Sample) == 1 ? 0 : 32768;
 
-// kStep is the step when it is known in advance; 0 when it is not.
-template <int kStep, class Sample>
-void load_samples(const ScaleLine<Sample>& line) {
-    const std::ptrdiff_t step   = kStep != 0 ? kStep : line.in_step;
-    const Sample* const in      = line.in;
-    std::int16_t* const samples = line.samples;
-    for (int x = 0, count = line.in_count; x < count; ++x)
-        samples[x] = static_cast<std::int16_t>(in[x * step] - kMiddle<Sample>);
-}
-
 template <class Sample>
 void scale_line(const ScaleLine<Sample>& line) {
-    switch (line.in_step) {
-        case 1:
-            load_samples<1>(line);
-            break;
-        case 3:
-            load_samples<3>(line);
-            break;
-        case 4:
-            load_samples<4>(line);
-            break;
-        default:
-            load_samples<0>(line);
-    }
+    gather<kMiddle<Sample>>(line.in, line.in_step, line.in_count, line.samples);
     const ColumnTable& table = line.table;
     for (int x = 0; x < table.count; x += Lanes::kColumns) {
         auto sums = table.taps == kShortRow ? Lanes::sums_of_short_rows(line.samples, table, x)

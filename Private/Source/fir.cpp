@@ -9,6 +9,7 @@
 #include "Kernels/fir_variants.h"
 #include "Support/memory.h"
 #include "Support/report.h"
+#include "Support/rounding.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -54,13 +55,9 @@ namespace {
 
 // --- weights ---------------------------------------------------------------------------------
 
-// Truncates; saturates at the ends of the range. Not a number counts as 0.
 std::int32_t to_16_16(double weight) {
-    using Limits        = std::numeric_limits<std::int32_t>;
-    const double scaled = weight * kOne16_16;
-    if (scaled >= Limits::max()) return Limits::max();
-    if (scaled <= Limits::min()) return Limits::min();
-    return scaled == scaled ? static_cast<std::int32_t>(scaled) : 0;
+    using Limits = std::numeric_limits<std::int32_t>;
+    return movane::truncated(weight * kOne16_16, Limits::min(), Limits::max());
 }
 
 void convert_kernel(fir_filter& f) {

@@ -13,6 +13,7 @@
 #include "Kernels/fusm_variants.h"
 #include "Support/memory.h"
 #include "Support/report.h"
+#include "Support/rounding.h"
 #include "movane/interpolation.h"
 
 #include <algorithm>
@@ -96,14 +97,8 @@ namespace {
 
 // --- tables ------------------------------------------------------------------------------------
 
-// Truncates and holds to 0 to `top`. Not a number counts as 0.
-int to_int(double value, int top) {
-    if (!(value > 0.0)) return 0;
-    return value >= top ? top : static_cast<int>(value);
-}
-
 std::uint16_t rounded(double value) {
-    return static_cast<std::uint16_t>(to_int(value + 0.5, kMaxGain));
+    return static_cast<std::uint16_t>(movane::truncated(value + 0.5, 0, kMaxGain));
 }
 
 double gain_per_response(double strength, int radius) {
@@ -115,7 +110,8 @@ void make_gains(usm_filter& f) {
     for (int comp = 0; comp < f.nr_comp; ++comp) {
         std::uint16_t* const table = f.gain_table(comp);
         const double s             = gain_per_response(f.strength[comp], f.radius);
-        const int n = to_int(f.maxval * f.noise_red[comp], std::numeric_limits<int>::max());
+        const int n =
+            movane::truncated(f.maxval * f.noise_red[comp], 0, std::numeric_limits<int>::max());
         const int h = n / 2;
         // An index of 64 bits passes the largest maxval.
         std::int64_t v = 0;

@@ -7,6 +7,7 @@
 
 #include "Support/memory.h"
 #include "Support/report.h"
+#include "Support/rounding.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,13 +28,6 @@ int sum32(int a, int b) {
 
 int product32(std::int64_t a, int b) {
     return static_cast<int>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
-}
-
-// Truncates; saturates at the ends of the range. Not a number counts as 0.
-int to_int(double value) {
-    if (value >= Limits::max()) return Limits::max();
-    if (value <= Limits::min()) return Limits::min();
-    return value == value ? static_cast<int>(value) : 0;
 }
 
 }  // namespace
@@ -118,8 +112,9 @@ void hist_med(hist* h, double* mean, double* sdev) {
 }
 
 int hist_percentile(hist* h, double percent) {
-    const std::int64_t target = to_int(h->total * percent / 100.0);
-    std::int64_t v            = std::int64_t{h->lo} - 1;
+    const std::int64_t target =
+        movane::truncated(h->total * percent / 100.0, Limits::min(), Limits::max());
+    std::int64_t v = std::int64_t{h->lo} - 1;
     if (target < 1) return static_cast<int>(v);
     // Asking before stepping on, one ends behind the value that reached the target.
     for (std::int64_t reached = 0; v <= h->hi && reached < target; ++v) reached += h->count(v);
