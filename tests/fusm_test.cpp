@@ -58,6 +58,8 @@ TEST(Fusm, KeepsSettingsWhereTheHostCanReadThem) {
     fusm_stren_set(f, values);
     fusm_noise_red_set(f, values + 1);
     EXPECT_EQ(fusm_stren_get(f)[1] + fusm_noise_red_get(f)[0], 0.5);
+    fusm_stren_get(f)[1] = fusm_noise_red_get(f)[0] = 2.0;
+    EXPECT_EQ(fusm_stren_get(f)[1] + fusm_noise_red_get(f)[0], 4.0);
 }
 
 // A curve that cannot be made leaves the component without one.
@@ -80,6 +82,15 @@ TEST(Fusm, RefusesCurvesThatAreNoFunctions) {
         EXPECT_EQ(set(n, at), n ? "0 fusm_level_red_set: unable to create lin interp" : "1");
         EXPECT_EQ(sharpened_dot(), 255);
     }
+}
+
+TEST(Fusm, TakesANegativeWidthForNone) {
+    const int channel = 0;
+    const Filter f(fusm_new(0, 255, 1, 1, &channel, nullptr), fusm_kill);
+    EXPECT_EQ(fusm_start(f, 4, -3, nullptr, 1, 1, 1), 1);
+    unsigned char in[] = {1}, sample = 2, *line = in, *out = &sample;
+    for (int y = 0; y < 4; ++y) fusm_b_do(f, &line, &out, nullptr);
+    EXPECT_EQ(sample, 2);
 }
 
 }  // namespace

@@ -50,9 +50,11 @@ TEST(Hist, CountsAndReportsWhatAMapDoes) {
         return static_cast<int>(lo + static_cast<std::int64_t>(random() % (hi - lo + 1LL)));
     };
     for (int round = 0; round < 1000; ++round) {
-        const bool at_end = round % 10 == 0;
-        const int lo      = at_end ? INT_MIN + within(0, 2) : within(-40, 40),
-                  hi      = lo + within(at_end ? 0 : -2, 60);
+        const bool at_top = round % 10 == 5, at_end = at_top || round % 10 == 0;
+        const int lo = at_top   ? INT_MAX - within(0, 60)
+                       : at_end ? INT_MIN + within(0, 2)
+                                : within(-40, 40),
+                  hi = at_top ? INT_MAX : lo + within(at_end ? 0 : -2, 60);
         const Handle h(hist_new(lo, hi), hist_kill);
         std::map<std::int64_t, std::int64_t> counts;
         int fed = 0, total = -1;

@@ -10,11 +10,14 @@
 
 namespace movane_tests {
 
+inline int mixed_lines;
+
 /// Mixes the channels as FusmImage::source() does.
 template <class Sample, int kComps, int kChannels>
 int mix_channels(void* in, int in_step, void* out, int out_step, int width) {
     auto** const comps    = static_cast<Sample**>(in);
     auto** const channels = static_cast<Sample**>(out);
+    ++mixed_lines;
     for (int ch = 0; ch < kChannels; ++ch)
         for (int x = 0; x < width; ++x)
             channels[ch][x * out_step] = static_cast<Sample>(
@@ -52,7 +55,8 @@ std::vector<Delivery<Sample>> sharpen_image(usm_filter* f, const FusmImage<Sampl
                                             int in_step, int limit_step, int out_step) {
     const int comps = std::max(image.comps, 1), kept = 2 * image.half() + 2;
     InputLines<Sample> limits({1, image.width, limit_step}, kept);
-    return send_lines<Sample>(
+    mixed_lines           = 0;
+    const auto deliveries = send_lines<Sample>(
         image, {comps, image.width, in_step}, {comps, image.width, out_step}, kept, Output::moves,
         [&] {
             EXPECT_EQ(
@@ -68,6 +72,9 @@ std::vector<Delivery<Sample>> sharpen_image(usm_filter* f, const FusmImage<Sampl
                 EXPECT_EQ(fusm_do(f, in, out, limit), y + 1);
             }
         });
+    EXPECT_EQ(mixed_lines,
+              image.has_callback && image.width > 0 ? std::min(image.fed, image.height) : 0);
+    return deliveries;
 }
 
 /// A filter and an image of any kind; a filter like that of `like`, if it is given.
