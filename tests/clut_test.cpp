@@ -80,7 +80,7 @@ TEST(Clut, InterpolatesLikeTheReference) {
             const reference::Clut expected = random_table(points, channels);
             Table clipping(expected, nullptr), plain(expected, as_it_is);
             const auto dims = static_cast<int>(points.size());
-            const int count = dims == 16 ? 2 : dims > 6 ? 20 : 150;
+            const int count = dims == 16 ? 2 : dims > 6 ? 20 : 100;
             std::vector<double> in, line(count * channels + 1, 99);
             for (int i = 0; i < count; ++i)
                 for (const int n : points) in.push_back(coordinate(n));

@@ -61,8 +61,8 @@ TEST(Func, ActsLikeAPlainVector) {
             EXPECT_EQ(func_pos(f, &key), position);
             EXPECT_EQ(func_search_el(f, &key, &found, differs),
                       match == model.end() ? -1 : match - model.begin());
-            EXPECT_TRUE(match == model.end() ? !found
-                                             : *static_cast<short*>(found) == match->second);
+            EXPECT_EQ(found ? *static_cast<short*>(found) : -1,
+                      match == model.end() ? -1 : match->second);
             if (random() % 3 == 0) {
                 EXPECT_EQ(func_rem_point(f, at), 0);
                 if (exists) model.erase(model.begin() + at);

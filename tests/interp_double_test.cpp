@@ -67,7 +67,7 @@ std::string listed(const lin_interp_double* curve) {
 TEST(LinInterp, FindsItsSegmentsLikeAList) {
     std::mt19937 random(1);
     const auto uniform = [&] { return std::uniform_real_distribution<double>(-1, 1)(random); };
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < 700; ++round) {
         // Evenly spaced, clustered, with equal ones, far apart, at the least distance, or with what
         // has no place.
         const auto kind   = random() % 7;
