@@ -39,10 +39,8 @@ AtomicOutput::AtomicOutput(const std::string& target) : target_(target) {
 
     const fs::path path = target_;
     if (!path.has_filename()) refuse(target, "it names no file");
-    std::string name = ".";
-    name += path.filename().string();
-    name += ".XXXXXX";
-    temporary_ = (path.parent_path() / name).string();
+    // Not longer than the name of the target can be.
+    temporary_ = (path.parent_path() / ".movane.XXXXXX").string();
 
     const SignalsHeld held;
     const int file = mkstemp(temporary_.data());

@@ -23,12 +23,18 @@ struct KillCurve {
     void operator()(grad_tab* curve) const { grad_tab_kill(curve); }
 };
 
+// What the library has posted since it was asked last; "" for nothing.
 std::string latest_message() {
     const char* const message          = error_get();
     constexpr std::string_view kPrefix = "ERROR : ";
     std::string_view text              = message ? message : "";
     if (text.starts_with(kPrefix)) text.remove_prefix(kPrefix.size());
-    return text.empty() ? "for want of memory" : std::string(text);
+    return std::string(text);
+}
+
+std::string reason_of_failure() {
+    const std::string message = latest_message();
+    return message.empty() ? "for want of memory" : message;
 }
 
 }  // namespace
@@ -69,9 +75,15 @@ InkCurves::Lut InkCurves::read(const std::string& file) {
     if (file.size() > kLongestPath)
         throw Failure(file, "has too long a path for a curve", "name it by at most 127 characters");
     const std::unique_ptr<grad_tab, KillCurve> curve(grad_tab_new(file.c_str(), 0, kFull, 0));
-    if (!curve) throw Failure(file, "cannot be read (" + latest_message() + ")", kRemedy);
+    if (!curve) throw Failure(file, "cannot be read (" + reason_of_failure() + ")", kRemedy);
+    latest_message();  // reading has listed the pairs once already
     int state = 0, points = 0;
-    for (double pair[2]; grad_tab_list(curve.get(), &state, pair);) ++points;
+    for (double pair[2]; grad_tab_list(curve.get(), &state, pair); ++points)
+        for (const double percent : pair)
+            if (!(percent >= 0 && percent <= kFull))
+                throw Failure(file, "holds tone values outside 0 to 1", kRemedy);
+    if (const std::string message = latest_message(); !message.empty())
+        throw Failure(file, "has a line that is no pair (" + message + ")", kRemedy);
     if (points < 2)
         throw Failure(file, points ? "holds one point only" : "holds no points of a curve",
                       kRemedy);
@@ -79,7 +91,7 @@ InkCurves::Lut InkCurves::read(const std::string& file) {
     for (unsigned char& code : lut) {
         double percent = code * kFull / 255;
         if (grad_tab_do(curve.get(), &percent, 1, &percent, 1, 1) != 0 || std::isnan(percent))
-            throw Failure(file, "is not a curve (" + latest_message() + ")",
+            throw Failure(file, "is not a curve (" + reason_of_failure() + ")",
                           "give each tone value once");
         code = static_cast<unsigned char>(std::clamp(percent, 0.0, kFull) * 255 / kFull + 0.5);
     }

@@ -8,10 +8,10 @@ constexpr int kPreviewGrid = 17;
 }  // namespace
 
 Preview::Preview(const std::string& path, const Pipeline& pipeline)
-    : table_(4, 3, kPreviewGrid,
+    : writer_(path, pipeline.image()),
+      table_(4, 3, kPreviewGrid,
              Transform(pipeline.device(), TYPE_CMYK_16, srgb_profile(), TYPE_RGB_8,
                        pipeline.viewing_intent(), false)),
-      writer_(path, pipeline.image()),
       rgb_(3 * static_cast<std::size_t>(pipeline.image().width)) {}
 
 void Preview::write(const unsigned char* ink) {

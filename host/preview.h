@@ -20,8 +20,8 @@ public:
     void commit() { writer_.commit(); }
 
 private:
+    PngWriter writer_;  // opened before the table takes its time
     SimplexTable table_;
-    PngWriter writer_;
     std::vector<unsigned char> rgb_;
 };
 

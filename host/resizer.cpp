@@ -27,45 +27,62 @@ constexpr int taps(int from, int to) { return static_cast<int>(2.0 * from / to +
 // The zoom truncates its weights and sums, so white comes out a little darker, the more so the more
 // an image is reduced. What it makes of white, in one direction at a time, tells by how much each
 // output sample is to be raised again.
+template <class Sample>
 class WhiteBalance {
 public:
     WhiteBalance(Measures from, Measures to)
         : columns_(gains({from.width, 1}, {to.width, 1})),
           lines_(gains({1, from.height}, {1, to.height})) {}
 
-    /// Corrects the next line, interleaved; rounds to the steps of the dither, so that what was
-    /// flat is flat.
-    void operator()(std::vector<std::uint16_t>& line) {
+    /// Corrects the next line, interleaved; rounds deep samples to the steps of the dither, so
+    /// that what was flat is flat.
+    void operator()(std::vector<Sample>& line) {
         const double gain_y        = lines_[y_++];
         const std::size_t channels = line.size() / columns_.size();
         for (std::size_t i = 0; i < line.size(); ++i) {
-            const double steps = line[i] * columns_[i / channels] * gain_y / kCellStep;
-            line[i]            = static_cast<std::uint16_t>(
-                std::min(static_cast<int>(steps + 0.5), kDeepMax / kCellStep) * kCellStep);
+            const double steps = line[i] * columns_[i / channels] * gain_y / kStep;
+            line[i] = static_cast<Sample>(std::min(static_cast<int>(steps + 0.5), kWhite / kStep) *
+                                          kStep);
         }
     }
 
+    /// Whether white was darkened at all.
+    bool is_needed() const {
+        const auto is_gain = [](double gain) { return gain != 1; };
+        return kIsDeep || std::any_of(columns_.begin(), columns_.end(), is_gain) ||
+               std::any_of(lines_.begin(), lines_.end(), is_gain);
+    }
+
 private:
+    static constexpr bool kIsDeep = sizeof(Sample) > 1;
+    static constexpr int kWhite   = kIsDeep ? kDeepMax : 255;
+    static constexpr int kStep    = kIsDeep ? kCellStep : 1;
+
     // Of a white image that is a line or a column.
     static std::vector<double> gains(Measures from, Measures to) {
         struct Collector {
-            std::vector<std::uint16_t> line;
+            std::vector<Sample> line;
             std::vector<double> gains;
-        } collector{std::vector<std::uint16_t>(static_cast<std::size_t>(to.width)), {}};
+        } collector{std::vector<Sample>(static_cast<std::size_t>(to.width)), {}};
         const auto on_line = [](void* user, int) {
             auto& collected = *static_cast<Collector*>(user);
-            for (const std::uint16_t white : collected.line)
-                collected.gains.push_back(white > 0 ? static_cast<double>(kDeepMax) / white : 1);
+            for (const Sample white : collected.line)
+                collected.gains.push_back(white > 0 ? static_cast<double>(kWhite) / white : 1);
         };
-        std::vector<std::uint16_t> white(static_cast<std::size_t>(from.width), kDeepMax);
+        std::vector<Sample> white(static_cast<std::size_t>(from.width), kWhite);
         const std::unique_ptr<izat_zoom, KillZoom> zoom(izat_new(0));
         if (!zoom || !izat_startwh(zoom.get(), 1, from.height, from.width, to.height, to.width,
                                    &collector, on_line, 1, 1))
             throw std::bad_alloc();
         collector.gains.reserve(static_cast<std::size_t>(to.width) *
                                 static_cast<std::size_t>(to.height));
-        std::uint16_t* out = collector.line.data();
-        for (int y = 0; y < from.height; ++y) izat_mono(zoom.get(), white.data(), &out);
+        Sample* out = collector.line.data();
+        for (int y = 0; y < from.height; ++y) {
+            if constexpr (kIsDeep)
+                izat_mono(zoom.get(), white.data(), &out);
+            else
+                izat_mono_b(zoom.get(), white.data(), &out);
+        }
         return collector.gains;
     }
 
@@ -136,8 +153,8 @@ public:
         if (!method_.handle ||
             !method_.start(channels_, {from.width, from.height}, to, on_channel_done))
             throw std::bad_alloc();
-        if (kIsDeep && Method::kTruncatesWhite)
-            white_balance_.emplace(Measures{from.width, from.height}, to);
+        if (Method::kTruncatesWhite) white_balance_.emplace(Measures{from.width, from.height}, to);
+        if (white_balance_ && !white_balance_->is_needed()) white_balance_.reset();
     }
 
     void take(Line& line) override {
@@ -178,8 +195,7 @@ private:
     }
 
     void deliver() {
-        if constexpr (kIsDeep)
-            if (white_balance_) (*white_balance_)(out_);
+        if (white_balance_) (*white_balance_)(out_);
         std::vector<Sample>& colours = colours_of(line_);
         if (channels_ == 3) {
             colours = out_;
@@ -202,7 +218,7 @@ private:
     const int channels_;
     const Method method_;
     std::vector<Sample> in_, out_;  // interleaved, alpha included
-    std::optional<WhiteBalance> white_balance_;
+    std::optional<WhiteBalance<Sample>> white_balance_;
     Line line_;
     CallbackGuard guard_;
 };

@@ -8,6 +8,7 @@
 #include "ink_curves.h"
 #include "ink_statistics.h"
 #include "ink_tiff_writer.h"
+#include "interrupt.h"
 #include "pipeline.h"
 #include "preview.h"
 #include "progress.h"
@@ -95,6 +96,7 @@ public:
         if (preview_) preview_->complete();
         for (InkTiffWriter& plate : plates_) plate.complete();
         tiff_.complete();
+        const SignalsHeld held;  // all or none
         if (preview_) preview_->commit();
         for (InkTiffWriter& plate : plates_) plate.commit();
         tiff_.commit();  // last: where the TIFF is, all is
@@ -127,8 +129,8 @@ public:
         if (options.depth < 8) pipeline_.append(std::make_unique<Halftone>(options.depth));
         pipeline_.append(std::make_unique<Delivery>(files_));
         if (options.has_check) pipeline_.collect_colours();
-        table_seconds_ = pipeline_.fill_table();
         if (!options.preview.empty()) files_.open_preview(options.preview, pipeline_);
+        table_seconds_ = pipeline_.fill_table();
     }
 
     int run() {
@@ -174,9 +176,12 @@ private:
         else if (!options_.talk.is_quiet || !options_.report.empty())
             print_text(report);
         if (report.has_passed()) return kDone;
-        std::fprintf(stderr,
-                     "movane: %s: the table is too far from the profile; choose a larger --grid\n",
-                     options_.output.c_str());
+        const char* const remedy =
+            options_.pipeline.neutral.empty()
+                ? "choose a larger --grid"
+                : "--neutral takes part in that: check without it, or raise --check-limit";
+        std::fprintf(stderr, "movane: %s: the table is too far from the profile; %s\n",
+                     options_.output.c_str(), remedy);
         return kCheckFailed;
     }
 

@@ -1,5 +1,5 @@
-// Sharpening of ink lines with the library's filter, as the last step before output: on the inks
-// themselves and at output size, where press operators judge it.
+// Sharpening of ink lines with the library's filter: on the inks themselves and at output size,
+// where press operators judge it.
 #pragma once
 
 #include "stage.h"

@@ -211,14 +211,17 @@ TEST_F(Prepress, DithersDeepColours) {
     }
 }
 
-TEST_F(Prepress, LeavesNoDotsOnDeepWhite) {
+TEST_F(Prepress, LeavesNoDotsOnWhite) {
     // The zoom truncates; white must come out as white all the same, or dots would soil the paper.
     write_png(shop.path("white8.png"), flat(1, 1, {255, 255, 255}));
     write_png(shop.path("white.png"), flat(120, 120, {255, 255, 255}), {.bits = 16});
     const Image paper = ink_of("white8.png");
-    for (const char* const size : {"300%", "61%", "2%", "97x120!"}) {
-        const Image ink = ink_of("white.png --sharpen 1 --size " + std::string(size));
-        EXPECT_EQ(largest_difference(ink, flat(ink.width, ink.height, paper.samples)), 0) << size;
+    write_png(shop.path("large8.png"), flat(900, 900, {255, 255, 255}));
+    for (const char* const words :
+         {"white.png --size 300%", "white.png --size 61%", "white.png --size 2%",
+          "white.png --size 97x120!", "large8.png --size 4x4"}) {
+        const Image ink = ink_of(std::string(words) + " --sharpen 1");
+        EXPECT_EQ(largest_difference(ink, flat(ink.width, ink.height, paper.samples)), 0) << words;
     }
 }
 
@@ -399,6 +402,8 @@ TEST_F(Prepress, ErrorsNameOptionAndRemedy) {
     write_png(shop.path("tall.png"), flat(1, 999, {1, 2, 3}));
     shop.write("one.par", "[patches]\na = 0.5 0.5\n");
     shop.write("none.par", "no curve at all\n");
+    shop.write("percent.par", "[patches]\na = 0 0\nb = 50 60\nc = 100 100\n");
+    shop.write("comma.par", "[patches]\na = 0 0\nb = 0.5;0.6\nc = 1 1\n");
     shop.write("twice.par", "[patches]\na = 0.5 0.5\nb = 0.5 0.6\nc = 1 1\n");
     shop.write("directory/file", "");
     const std::string size = " is neither WIDTHxHEIGHT, WIDTHxHEIGHT! nor PERCENT%",
@@ -439,6 +444,8 @@ TEST_F(Prepress, ErrorsNameOptionAndRemedy) {
          {"--curve directory", 1, "directory: is not a file; "},
          {"--curve one.par", 1, "one.par: holds one point only; give pairs of numbers from 0 to 1"},
          {"--curve none.par", 1, "none.par: holds no points of a curve; "},
+         {"--curve percent.par", 1, "percent.par: holds tone values outside 0 to 1; give pairs"},
+         {"--curve comma.par", 1, "comma.par: has a line that is no pair (Error bad item string"},
          {"--curve twice.par", 1, "twice.par: is not a curve (lin_interp : not a function !!); "},
          {"--curve " + long_name, 1, "has too long a path for a curve; name it by at most 127"},
          {"--curve out.tif", 2, "out.tif: would overwrite out.tif"},
