@@ -21,6 +21,20 @@ TEST(Izat, DeliversWhatTheWholeImageReferenceDoes) {
     expect_like_reference<5, std::uint16_t>(zoom, {5, 9, 5, 3, 11, 0, 3}, 1, 7);
 }
 
+// The footprint apart from any formula of ours: at equal size a pixel takes 1/8 from its left, 3/8
+// + 1/8 from itself and 3/8 from its right neighbour; at the edges what is left of it is scaled up.
+TEST(Izat, WeighsTheRightHalfByDistance) {
+    Zoom zoom;
+    const int expected[3][3] = {{137, 30, 0}, {103, 120, 48}, {0, 90, 192}};
+    for (int lit = 0; lit < 3; ++lit) {
+        unsigned char in[3] = {}, line[3] = {}, *out = line;
+        in[lit] = 240;
+        ASSERT_EQ(izat_start(zoom.record, 1, 1, 3, 1, 3, nullptr, 1, 1), 1);
+        izat_mono_b(zoom.record, in, &out);
+        for (int x = 0; x < 3; ++x) EXPECT_EQ(line[x], expected[lit][x]);
+    }
+}
+
 TEST(Izat, RefusesWhatItCannotDoAndIsHarmlessThen) {
     const MessageCapture posted;
     const Zoom zoom;
