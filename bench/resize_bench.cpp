@@ -1,15 +1,17 @@
-// The two resizers, their variants and OpenCV's resize on the same image, in one run.
+// The two resizers, their variants, OpenCV's resize and, for single planes, libyuv's ScalePlane on
+// the same image, in one run.
 //
 // The unit is an output sample: pixels times channels. Bilinear resampling stands beside
 // INTER_LINEAR. The zoom weighs all input pixels below its footprint, which is twice as wide as a
-// pixel: it stands beside INTER_AREA when it reduces, and INTER_LINEAR when it enlarges (as
-// INTER_AREA itself does). OpenCV works on one thread, as we do.
+// pixel: it stands beside INTER_AREA (box in libyuv) when it reduces, and INTER_LINEAR when it
+// enlarges (as INTER_AREA itself does). OpenCV works on one thread, as we do.
 
 #include "Kernels/ibilin_variants.h"
 #include "Kernels/izat_variants.h"
 #include "movane/imaging.h"
 
 #include <benchmark/benchmark.h>
+#include <libyuv/scale.h>
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
@@ -113,6 +115,27 @@ void opencv(benchmark::State& state, int reducing) {
     state.SetItemsProcessed(state.iterations() * size.width * size.height * channels);
 }
 
+// libyuv scales single planes.
+template <class Sample>
+void libyuv_plane(benchmark::State& state, libyuv::FilterMode reducing) {
+    const Size size = size_at(state);
+    const auto in   = photo<Sample>(1);
+    std::vector<Sample> out(static_cast<std::size_t>(size.width) *
+                            static_cast<std::size_t>(size.height));
+    const auto method = state.range(0) < 100 ? reducing : libyuv::kFilterBilinear;
+    for (auto _ : state) {
+        if constexpr (sizeof(Sample) == 1)
+            libyuv::ScalePlane(in.data(), kWidth, kWidth, kHeight, out.data(), size.width,
+                               size.width, size.height, method);
+        else
+            libyuv::ScalePlane_16(in.data(), kWidth, kWidth, kHeight, out.data(), size.width,
+                                  size.width, size.height, method);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * size.width * size.height);
+}
+
 template <class Sample, class New, class Dispatch>
 void register_family(const std::string& name, New create, Dispatch& dispatch, int reducing) {
     using benchmark::RegisterBenchmark;
@@ -128,6 +151,11 @@ void register_family(const std::string& name, New create, Dispatch& dispatch, in
             &dispatch, variant.kernels));
     }
     over_sizes(RegisterBenchmark((name + "/opencv").c_str(), opencv<Sample>, reducing));
+    RegisterBenchmark((name + "/libyuv").c_str(), libyuv_plane<Sample>,
+                      reducing == cv::INTER_AREA ? libyuv::kFilterBox : libyuv::kFilterBilinear)
+        ->ArgNames({"percent", "channels"})
+        ->ArgsProduct({{23, 71, 250}, {1}})
+        ->Unit(benchmark::kMillisecond);
 }
 
 [[maybe_unused]] const bool registered = [] {
