@@ -201,7 +201,8 @@ Inks read_inks(const std::string& path) {
     for (int y = 0; y < inks.height; ++y) {
         TIFFReadScanline(tiff, line.data(), y, 0);
         for (int at = 0; at < inks.width * channels * bits; at += bits)
-            inks.samples.push_back(line[at / 8] >> (8 - bits - at % 8) & ((1 << bits) - 1));
+            inks.samples.push_back(
+                static_cast<std::uint8_t>(line[at / 8] >> (8 - bits - at % 8) & ((1 << bits) - 1)));
     }
     TIFFClose(tiff);
     return inks;
