@@ -54,7 +54,7 @@ TEST(Fusm, KeepsSettingsWhereTheHostCanReadThem) {
     const int channels[] = {0, 0};
     const Filter f(fusm_new(1, 255, 2, 1, channels, nullptr), fusm_kill);
     EXPECT_EQ(fusm_stren_get(f)[1] + fusm_noise_red_get(f)[1], 1.0);
-    const double values[] = {0.5, 0.25};
+    const double values[] = {0.5, 0.25, 0.125};
     fusm_stren_set(f, values);
     fusm_noise_red_set(f, values + 1);
     EXPECT_EQ(fusm_stren_get(f)[1] + fusm_noise_red_get(f)[0], 0.5);
