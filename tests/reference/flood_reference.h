@@ -29,7 +29,7 @@ struct FloodRaster {
     char* at(long long x, long long y) {
         const long long column = x - left, row = y - top;
         const bool is_outside = column < 0 || column >= width || row < 0 || row >= height;
-        return is_outside ? nullptr : &pixels[row * width + column];
+        return is_outside ? nullptr : &pixels[static_cast<std::size_t>(row * width + column)];
     }
 
     static int inside(void* user, int x, int y) {
