@@ -9,21 +9,17 @@
 #include "Kernels/ibilin_variants.h"
 #include "Kernels/izat_variants.h"
 #include "movane/imaging.h"
+#include "photo.h"
 
 #include <benchmark/benchmark.h>
 #include <libyuv/scale.h>
 #include <opencv2/imgproc.hpp>
 
-#include <cmath>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace {
-
-constexpr int kWidth  = 1501;  // odd, so that lines start unaligned
-constexpr int kHeight = 500;
 
 struct Size {
     int width, height;
@@ -33,19 +29,10 @@ Size size_at(const benchmark::State& state) {
     return {scaled(kWidth), scaled(kHeight)};
 }
 
-// Smooth areas and some grain; 16-bit samples stay within the zoom's exact range.
+// 16-bit samples stay within the zoom's exact range.
 template <class Sample>
-std::vector<Sample> photo(int channels) {
-    std::mt19937 random(1);
-    std::vector<Sample> samples;
-    for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth * channels; ++x) {
-            const double slope = 0.5 + 0.4 * std::sin(x * 0.011) * std::cos(y * 0.017);
-            const double grain = static_cast<double>(random() % 1000) * 5e-5;
-            samples.push_back(
-                static_cast<Sample>((slope + grain) * (sizeof(Sample) == 1 ? 255 : 32767)));
-        }
-    return samples;
+std::vector<Sample> picture(int channels) {
+    return photo<Sample>(channels, sizeof(Sample) == 1 ? 255 : 32767);
 }
 
 void feed(izat_zoom* z, unsigned char* in, unsigned char** out, int channels) {
@@ -76,7 +63,7 @@ template <class Sample, class New, class Dispatch, class Kernels>
 void ours(benchmark::State& state, New create, Dispatch* dispatch, const Kernels* variant) {
     const int channels = static_cast<int>(state.range(1));
     const Size size    = size_at(state);
-    auto in            = photo<Sample>(channels);
+    auto in            = picture<Sample>(channels);
     // A host that takes every line away before the next is written: one line of output.
     static long lines;
     std::vector<Sample> line(static_cast<std::size_t>(size.width * channels));
@@ -101,7 +88,7 @@ template <class Sample>
 void opencv(benchmark::State& state, int reducing) {
     const int channels = static_cast<int>(state.range(1));
     const Size size    = size_at(state);
-    auto in            = photo<Sample>(channels);
+    auto in            = picture<Sample>(channels);
     const int type     = CV_MAKETYPE(cv::DataType<Sample>::depth, channels);
     const cv::Mat source(kHeight, kWidth, type, in.data());
     cv::Mat result(size.height, size.width, type);
@@ -119,7 +106,7 @@ void opencv(benchmark::State& state, int reducing) {
 template <class Sample>
 void libyuv_plane(benchmark::State& state, libyuv::FilterMode reducing) {
     const Size size = size_at(state);
-    const auto in   = photo<Sample>(1);
+    const auto in   = picture<Sample>(1);
     std::vector<Sample> out(static_cast<std::size_t>(size.width) *
                             static_cast<std::size_t>(size.height));
     const auto method = state.range(0) < 100 ? reducing : libyuv::kFilterBilinear;

@@ -9,37 +9,17 @@
 
 #include "Kernels/fusm_variants.h"
 #include "movane/imaging.h"
+#include "photo.h"
 
 #include <benchmark/benchmark.h>
 #include <opencv2/imgproc.hpp>
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace {
-
-constexpr int kWidth  = 1501;  // odd, so that lines start unaligned
-constexpr int kHeight = 500;
-
-// Smooth areas, edges and some grain.
-template <class Sample>
-std::vector<Sample> photo(int channels) {
-    std::mt19937 random(1);
-    std::vector<Sample> samples;
-    for (int y = 0; y < kHeight; ++y) {
-        for (int x = 0; x < kWidth * channels; ++x) {
-            const double slope = 0.5 + 0.3 * std::sin(x * 0.011) * std::cos(y * 0.017);
-            const double grain = static_cast<double>(random() % 1000) * 5e-5;
-            const double edge  = (x / 130 + y / 70) % 2 != 0 ? 0.1 : 0.0;
-            samples.push_back(static_cast<Sample>((slope + grain + edge) * Sample(-1)));
-        }
-    }
-    return samples;
-}
 
 int feed_line(usm_filter* f, unsigned char** in, unsigned char** out) {
     return fusm_b_do(f, in, out, nullptr);
