@@ -197,38 +197,47 @@ Number det_in_sphere(const std::array<Number, 12>& d) {
     return (square(2) * dab - square(3) * abc) + (square(0) * bcd - square(1) * cda);
 }
 
-// The sign of a determinant of the differences between points and the last of them: first by
-// estimate, then exactly.
+// Whether a determinant of differences that are whole numbers of units, none above `largest`, comes
+// out without any rounding. Its terms, of which it has less than 100, are products of `degree`.
+bool is_exact(double largest, int degree) {
+    double bound = 100;
+    for (int k = 0; k < degree; ++k) bound *= largest;
+    return bound < 0x1p+53;
+}
+
+// The sign of a determinant of the differences between points and the last of them: by estimate
+// where that is certain or, as on grids, exact; otherwise with numbers that are.
 template <int kPoints, int kDimensions, class Determinant>
 int sign_of_determinant(const double* const (&points)[kPoints], Determinant determinant) {
-    constexpr int kRows        = kPoints - 1;
-    const double* const origin = points[kRows];
+    constexpr int kRows   = kPoints - 1;
+    constexpr int kDegree = kPoints == kDimensions + 2 ? kRows + 1 : kRows;
+    const auto row        = [](int i) { return i / kDimensions; };
+    const auto column     = [](int i) { return i % kDimensions; };
 
     std::array<Estimate, kRows * kDimensions> estimates;
     double largest = 0;
     for (int i = 0; i < kRows * kDimensions; ++i) {
-        const double difference =
-            points[i / kDimensions][i % kDimensions] - origin[i % kDimensions];
-        estimates[i] = {difference, std::fabs(difference)};
-        largest      = std::max(largest, estimates[i].magnitude);
+        const double difference = points[row(i)][column(i)] - points[kRows][column(i)];
+        estimates[i]            = {difference, std::fabs(difference)};
+        largest                 = std::max(largest, estimates[i].magnitude);
     }
-    if (largest <= kLargest) {
-        const Estimate estimate = determinant(estimates);
-        if (is_certain(estimate)) return sign_of(estimate.value);
-    }
+    const Estimate estimate = determinant(estimates);
+    if (largest <= kLargest && is_certain(estimate)) return sign_of(estimate.value);
 
     int unit = INT32_MAX;
     for (const double* point : points) {
         for (int k = 0; k < kDimensions; ++k) unit = std::min(unit, Binary(point[k]).exponent);
     }
+    if (unit == INT32_MAX) return 0;  // all in the origin
+    if (is_exact(std::ldexp(largest, -unit), kDegree)) return sign_of(estimate.value);
+
     const auto exact = [&](double coordinate) {
         const Binary b(coordinate);
         return b.sign == 0 ? Wide() : Wide(b.magnitude, b.exponent - unit, b.sign);
     };
     std::array<Wide, kRows * kDimensions> differences;
     for (int i = 0; i < kRows * kDimensions; ++i)
-        differences[i] =
-            exact(points[i / kDimensions][i % kDimensions]) - exact(origin[i % kDimensions]);
+        differences[i] = exact(points[row(i)][column(i)]) - exact(points[kRows][column(i)]);
     return determinant(differences).sign();
 }
 

@@ -41,7 +41,8 @@ public:
 
     [[nodiscard]] bool crosses(const volume_plane& plane) const {
         const double* const corners[] = {&plane.corner_a.x, &plane.corner_b.x, &plane.corner_c.x};
-        if (!movane::are_finite(corners[0], corners[1], corners[2])) return false;
+        if (is_apart(corners) || !movane::are_finite(corners[0], corners[1], corners[2]))
+            return false;
         const bool above[] = {is_above(corners[0]), is_above(corners[1]), is_above(corners[2])};
         if (above[0] == above[1] && above[1] == above[2]) return false;
         bool is_enclosed = false;
@@ -67,6 +68,15 @@ public:
     [[nodiscard]] Point3 at(double t) const { return Point3(s_) + (Point3(e_) - Point3(s_)) * t; }
 
 private:
+    // Whether the boxes around the segment and a triangle are apart, which spares most tests.
+    [[nodiscard]] bool is_apart(const double* const (&corners)[3]) const {
+        for (int k = 0; k < 3; ++k) {
+            const auto [low, high] = std::minmax({corners[0][k], corners[1][k], corners[2][k]});
+            if (high < std::min(s_[k], e_[k]) || low > std::max(s_[k], e_[k])) return true;
+        }
+        return false;
+    }
+
     [[nodiscard]] bool is_above(const double* p) const {
         return orient_2d(s_[first_], s_[second_], e_[first_], e_[second_], p[first_], p[second_]) >
                0;
