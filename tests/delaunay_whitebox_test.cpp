@@ -96,11 +96,11 @@ TEST(Delaunay, FindsTetrahedraWithEmptySpheresThatFillTheHull) {
     const auto below = [&](int n) {
         return static_cast<Number>(random() % static_cast<unsigned>(n));
     };
-    for (int round = 0; round < 30; ++round) {
+    for (int round = 0; round < 16; ++round) {
         SCOPED_TRACE(round);
         const int range = round % 3 == 0 ? 4 : round % 3 == 1 ? 12 : 900;
         std::set<Point> distinct{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-        for (int i = 0; i < 4 + 2 * round; ++i)
+        for (int i = 0; i < 4 + 3 * round; ++i)
             distinct.insert({below(range), below(range), round % 5 ? below(range) : below(2)});
         Points points(distinct.begin(), distinct.end());
         std::shuffle(points.begin(), points.end(), random);
@@ -109,11 +109,11 @@ TEST(Delaunay, FindsTetrahedraWithEmptySpheresThatFillTheHull) {
     EXPECT_GE(expect_delaunay(grid(3)), 8 * 5);
 
     Points sphere;
-    for (int x = -9; x <= 9; ++x)
-        for (int y = -9; y <= 9; ++y)
-            for (int z = -9; z <= 9; ++z)
-                if (x * x + y * y + z * z == 81) sphere.push_back({x, y, z});
-    EXPECT_GT(sphere.size(), 50U);
+    for (int x = -5; x <= 5; ++x)
+        for (int y = -5; y <= 5; ++y)
+            for (int z = -5; z <= 5; ++z)
+                if (x * x + y * y + z * z == 25) sphere.push_back({x, y, z});
+    EXPECT_EQ(sphere.size(), 30U);
     expect_delaunay(sphere);
     sphere.push_back({1, 2, 3});
     expect_delaunay(sphere);

@@ -89,10 +89,24 @@ Foot<3> on_triangle(const Point3& q, const Point3 (&corners)[3]) {
     return best;
 }
 
-// Each corner's share of the volume, by the part that q and the other corners span. False when it
-// is too flat for doubles.
-bool weigh_inside(const Point3& q, const Point3 (&corners)[4], double (&weights)[4]) {
-    double scale = 0, sum = 0;
+// The nearest point of the four faces.
+Foot<4> on_faces(const Point3& q, const Point3 (&corners)[4]) {
+    Foot<4> best{q, {}, 0};
+    for (int i = 0; i < 4; ++i) {
+        const int on[]     = {(i + 1) % 4, (i + 2) % 4, (i + 3) % 4};
+        const Foot<3> face = on_triangle(q, {corners[on[0]], corners[on[1]], corners[on[2]]});
+        if (i > 0 && !(face.distance < best.distance)) continue;
+        best = {face.point, {}, face.distance};
+        for (int k = 0; k < 3; ++k) best.weights[on[k]] = face.weights[k];
+    }
+    return best;
+}
+
+// Puts q, which lies inside, in the place of the nearest point of the faces. Its weights are each
+// corner's share of the volume; but in a sliver, where these are nothing but rounding, those of the
+// faces make a point that is nearer.
+void replace_by_inside(const Point3& q, const Point3 (&corners)[4], Foot<4>& best) {
+    double scale = 0, sum = 0, weights[4];
     for (const Point3& corner : corners) scale = std::max(scale, largest_coordinate(corner - q));
     for (int i = 0; i < 4; ++i) {
         const Point3 a = (corners[(i + 1) % 4] - q) / scale, b = (corners[(i + 2) % 4] - q) / scale,
@@ -100,9 +114,13 @@ bool weigh_inside(const Point3& q, const Point3 (&corners)[4], double (&weights)
         weights[i]     = std::fabs(dot(a, cross(b, c)));
         sum += weights[i];
     }
-    if (!(sum > 0)) return false;
-    for (double& weight : weights) weight /= sum;
-    return true;
+    Point3 away(0, 0, 0);
+    for (int i = 0; i < 4; ++i) {
+        weights[i] /= sum;
+        away = away + (corners[i] - q) * weights[i];
+    }
+    if (std::hypot(away.x, away.y, away.z) <= best.distance) std::copy_n(weights, 4, best.weights);
+    best.point = q;
 }
 
 // Whether q lies inside or on the border; never in a flat tetrahedron.
@@ -115,10 +133,11 @@ bool is_inside(const double* q, const double* const (&p)[4]) {
 }
 
 template <int kCorners>
-double deliver(const Foot<kCorners>& foot, double* point, double* weights) {
+double deliver(const Point3& q, const Foot<kCorners>& foot, double* point, double* weights) {
     foot.point.store(point);
     if (weights) std::copy_n(foot.weights, kCorners, weights);
-    return foot.distance * foot.distance;
+    const Point3 missing = q - foot.point;
+    return dot(missing, missing);
 }
 
 }  // namespace
@@ -133,20 +152,21 @@ double proj_point_line(const double* q, const double* a, const double* b, double
     const Point3 nearest = from + direction * along;
     nearest.store(foot);
     if (t) *t = line_parameter(point, from, to);
-    const double away = distance(point, nearest);
-    return away * away;
+    const Point3 missing = point - nearest;
+    return dot(missing, missing);
 }
 
 double proj_point_segment(const double* q, const double* a, const double* b, double* foot,
                           double* t) {
     const Foot<2> nearest = on_segment(Point3(q), Point3(a), Point3(b));
     if (t) *t = nearest.weights[1];
-    return deliver<2>(nearest, foot, nullptr);
+    return deliver<2>(Point3(q), nearest, foot, nullptr);
 }
 
 double proj_point_triangle(const double* q, const double* a, const double* b, const double* c,
                            double* foot, double* weights) {
-    return deliver(on_triangle(Point3(q), {Point3(a), Point3(b), Point3(c)}), foot, weights);
+    return deliver(Point3(q), on_triangle(Point3(q), {Point3(a), Point3(b), Point3(c)}), foot,
+                   weights);
 }
 
 double proj_point_tetra(const double* q, const double* a, const double* b, const double* c,
@@ -154,16 +174,8 @@ double proj_point_tetra(const double* q, const double* a, const double* b, const
     const double* const given[] = {a, b, c, d};
     const Point3 corners[]      = {Point3(a), Point3(b), Point3(c), Point3(d)};
     const Point3 point(q);
-    Foot<4> best{point, {}, 0.0};
-    if (movane::are_finite(q, a, b, c, d) && is_inside(q, given) &&
-        weigh_inside(point, corners, best.weights))
-        return deliver(best, foot, weights);
-    for (int i = 0; i < 4; ++i) {
-        const int on[]     = {(i + 1) % 4, (i + 2) % 4, (i + 3) % 4};
-        const Foot<3> face = on_triangle(point, {corners[on[0]], corners[on[1]], corners[on[2]]});
-        if (i > 0 && !(face.distance < best.distance)) continue;
-        best = {face.point, {}, face.distance};
-        for (int k = 0; k < 3; ++k) best.weights[on[k]] = face.weights[k];
-    }
-    return deliver(best, foot, weights);
+    Foot<4> best = on_faces(point, corners);
+    if (movane::are_finite(q, a, b, c, d) && is_inside(q, given))
+        replace_by_inside(point, corners, best);
+    return deliver(point, best, foot, weights);
 }
