@@ -7,6 +7,7 @@
 
 #include "Support/memory.h"
 #include "Support/point3.h"
+#include "plane.h"
 #include "predicates.h"
 
 #include <algorithm>
@@ -50,17 +51,19 @@ volume_plane plane_through(const volume_point& a, const volume_point& b, const v
 // Whether no two signs are opposite.
 bool do_agree(int a, int b, int c) { return std::min({a, b, c}) >= 0 || std::max({a, b, c}) <= 0; }
 
-// Where between s and e the plane of a triangle is crossed, which lies between them or through
-// one of them: 0 to 1.
+}  // namespace
+
+namespace movane {
+
 double crossing_parameter(const Point3& a, const Point3& b, const Point3& c, const Point3& s,
-                          const Point3& e) {
+                          const Point3& e) noexcept {
     const Point3 normal = cross(b - a, c - a);
     const double from = dot(normal, s - a), to = dot(normal, e - a);
     const double t = from / (from - to);
     return t >= 0 ? std::min(t, 1.0) : 0.0;  // 0 also for what is not a number
 }
 
-}  // namespace
+}  // namespace movane
 
 // --- planes ----------------------------------------------------------------------------------
 
@@ -151,8 +154,9 @@ int triangle_intersect_linesegment2(const double* a, const double* b, const doub
     if (!do_agree(orient_3d(s, e, a, b), orient_3d(s, e, b, c), orient_3d(s, e, c, a))) return 0;
     const Point3 from(s), to(e);
     const double at = start == 0 ? 0.0
-                      : end == 0 ? 1.0
-                                 : crossing_parameter(Point3(a), Point3(b), Point3(c), from, to);
+                      : end == 0
+                          ? 1.0
+                          : movane::crossing_parameter(Point3(a), Point3(b), Point3(c), from, to);
     if (at < 1) {
         (from + (to - from) * at).store(out);
     } else {

@@ -10,6 +10,7 @@
 
 #include "Support/memory.h"
 #include "Support/point3.h"
+#include "plane.h"
 #include "predicates.h"
 #include "tetra_volume.h"
 
@@ -19,7 +20,6 @@
 
 namespace {
 
-using movane::dot;
 using movane::orient_2d;
 using movane::orient_3d;
 using movane::Point3;
@@ -57,12 +57,8 @@ public:
 
     // Where it crosses a plane that it is known to cross: 0 to 1.
     [[nodiscard]] double parameter(const volume_plane& plane) const {
-        const Point3 normal = cross(Point3(&plane.corner_b.x) - Point3(&plane.corner_a.x),
-                                    Point3(&plane.corner_c.x) - Point3(&plane.corner_a.x));
-        const double from   = dot(normal, Point3(s_) - Point3(&plane.corner_a.x)),
-                     to     = dot(normal, Point3(e_) - Point3(&plane.corner_a.x));
-        const double t      = from / (from - to);
-        return t >= 0 ? std::min(t, 1.0) : 0.0;  // 0 also for what is not a number
+        return movane::crossing_parameter(Point3(&plane.corner_a.x), Point3(&plane.corner_b.x),
+                                          Point3(&plane.corner_c.x), Point3(s_), Point3(e_));
     }
 
     [[nodiscard]] Point3 at(double t) const { return Point3(s_) + (Point3(e_) - Point3(s_)) * t; }
