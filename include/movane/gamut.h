@@ -199,7 +199,8 @@ public:
     /// Builds the hull of all points; time grows with their number times that of the faces. Called
     /// again, it builds anew from the points that were left and those added since.
     ///
-    /// @return  0; -1 when all points are collinear or coplanar, and without memory
+    /// @return  0; -1 when all points are coplanar, when any three that were added one after the
+    ///          other are collinear, and without memory
     int Construct();
 
     /// @return  1 when the point lies inside the hull or on its surface, within the tolerance, and
