@@ -11,7 +11,7 @@
 //
 // Rounding may give a rim that is no simple polygon. Edges then keep the first two of their faces,
 // and a face may name an edge that is gone: records stay readable until the end of the hull, and
-// a free one has no faces.
+// a free edge has no faces.
 
 #include "Source/convexhull.h"
 
@@ -31,6 +31,9 @@ using movane::for_each;
 
 constexpr double kTolerance       = 0.5;  // of the volume sign
 constexpr std::size_t kFirstChunk = 64;
+
+// A closed surface without holes has 4 faces less than this for each vertex.
+constexpr std::size_t kFacesPerPoint = 2;
 
 // Rounding errors of a volume, and of the same by the plane, are together below this times the
 // cube of the largest extent (133 * 2^-53, doubled); the absolute part is for denormal numbers.
@@ -174,8 +177,8 @@ bool is_visible(const tFaceStructure* face) { return face && face->visible; }
 }  // namespace
 
 // What copies of a hull share. Heads are those of the copy that was changed last. Plane i belongs
-// to face `faces[i]`, whose slot is i. For each face there is room for three edges and six vertices
-// more than one.
+// to face `plane_faces[i]`, whose slot is i. For each face there is room for three edges of either
+// kind and for their ends.
 struct ConvexHullLists {
     int owners = 1;
     tVertexStructure* vertex_head;
@@ -195,19 +198,25 @@ struct ConvexHullLists {
     std::size_t plane_count;
     std::size_t plane_capacity;
 
-    // What the point being added touches.
+    // What the point being added sees, and what it touches.
+    std::size_t processed;  // points so far
     Block<tFaceStructure*> seen_faces;
-    Block<tEdgeStructure*> seen_edges;
-    Block<tVertexStructure*> seen_vertices;
-    std::size_t seen_face_count;
-    std::size_t seen_edge_count;
-    std::size_t seen_vertex_count;
+    Block<tEdgeStructure*> gone_edges;  // between two seen faces
+    Block<tEdgeStructure*> rim_edges;   // of one seen face, in the order of the list
+    Block<tVertexStructure*> touched_vertices;
+    std::size_t seen_count;
+    std::size_t gone_count;
+    std::size_t rim_count;
+    std::size_t touched_count;
 
     bool make_room(std::size_t more_edges, std::size_t more_faces);
     void find_extent(tVertexStructure* head);
     Probe probe(const double* p) const;
     void set_plane(tFaceStructure* face);
     void drop_plane(const tFaceStructure* face);
+    void find_rim();
+    void forget_seen();
+    void touch_ends(const tEdgeStructure* edge);
 
     /// Calls with each face that p sees, until a call gives false.
     template <class Call>
@@ -221,9 +230,9 @@ bool ConvexHullLists::make_room(std::size_t more_edges, std::size_t more_faces) 
     const std::size_t size     = std::max({kFirstChunk, 2 * plane_capacity, needed}) / kPlanes + 1;
     const std::size_t capacity = size * kPlanes;
     if (!grow(planes, plane_capacity / kPlanes, size) ||
-        !grow(plane_faces, plane_count, capacity) || !grow(seen_faces, seen_face_count, capacity) ||
-        !grow(seen_edges, seen_edge_count, 3 * capacity) ||
-        !grow(seen_vertices, seen_vertex_count, 6 * capacity + 1))
+        !grow(plane_faces, plane_count, capacity) || !grow(seen_faces, seen_count, capacity) ||
+        !grow(gone_edges, gone_count, 3 * capacity) || !grow(rim_edges, rim_count, 3 * capacity) ||
+        !grow(touched_vertices, touched_count, 6 * capacity + 1))
         return false;
     plane_capacity = capacity;
     return true;
@@ -286,6 +295,34 @@ void ConvexHullLists::drop_plane(const tFaceStructure* face) {
     target.d[to]             = source.d[from];
     plane_faces[face->slot]  = last;
     last->slot               = face->slot;
+}
+
+// Each edge is found with the first face that counts for it.
+void ConvexHullLists::find_rim() {
+    for (std::size_t i = 0; i < seen_count; ++i) {
+        for (tEdgeStructure* edge : seen_faces[i]->edge) {
+            const bool sees[2] = {is_visible(edge->adjface[0]), is_visible(edge->adjface[1])};
+            if (sees[0] && sees[1]) {
+                if (!edge->delete_) gone_edges[gone_count++] = edge;
+                edge->delete_ = 1;
+            } else if ((sees[0] || sees[1]) && edge->adjface[sees[0] ? 0 : 1] == seen_faces[i]) {
+                rim_edges[rim_count++] = edge;
+            }
+        }
+    }
+    std::sort(
+        rim_edges.get(), rim_edges.get() + rim_count,
+        [](const tEdgeStructure* e, const tEdgeStructure* f) { return e->number < f->number; });
+}
+
+void ConvexHullLists::forget_seen() {
+    for (std::size_t i = 0; i < seen_count; ++i) seen_faces[i]->visible = 0;
+    for (std::size_t i = 0; i < gone_count; ++i) gone_edges[i]->delete_ = 0;
+    seen_count = gone_count = rim_count = 0;
+}
+
+void ConvexHullLists::touch_ends(const tEdgeStructure* edge) {
+    for (tVertexStructure* end : edge->endpts) touched_vertices[touched_count++] = end;
 }
 
 template <class Call>
@@ -504,6 +541,7 @@ int TConvexHull::DoubleTriangle() {
     tVertexStructure* const b = a->next;
     tVertexStructure* const c = b->next;
     a->mark = b->mark = c->mark = 1;
+    lists_->processed           = 3;
 
     tFaceStructure* const front = MakeFace(a, b, c, nullptr);
     tFaceStructure* const back  = MakeFace(c, b, a, front);
@@ -533,50 +571,32 @@ int TConvexHull::ConstructHull() {
     return 0;
 }
 
+// A point that sees every face, or whose cone would leave more faces than a hull of so many points
+// can have, has met a surface torn by rounding. It is dropped, or tears would multiply.
 int TConvexHull::AddPoint(tVertexStructure* p) {
-    ConvexHullLists& l  = *lists_;
-    l.seen_face_count   = 0;
-    l.seen_edge_count   = 0;
-    l.seen_vertex_count = 0;
+    ConvexHullLists& l = *lists_;
+    ++l.processed;
+    l.seen_count = l.gone_count = l.rim_count = 0;
     l.for_each_visible(p->v, [&](tFaceStructure* face) {
-        face->visible                     = 1;
-        l.seen_faces[l.seen_face_count++] = face;
-        std::copy_n(face->edge, 3, &l.seen_edges[l.seen_edge_count]);
-        l.seen_edge_count += 3;
+        face->visible                = 1;
+        l.seen_faces[l.seen_count++] = face;
         return true;
     });
-    l.seen_vertices[l.seen_vertex_count++] = p;
-    if (l.seen_face_count == 0) {
+    l.touched_vertices[0] = p;
+    l.touched_count       = 1;
+    if (l.seen_count == 0) {
         p->onhull = 0;
         return 0;
     }
-
-    tEdgeStructure** const first = l.seen_edges.get();
-    const auto precedes          = [](const tEdgeStructure* e, const tEdgeStructure* f) {
-        return e->number < f->number;
-    };
-    const auto is_apart = [](const tEdgeStructure* e) {
-        return !is_visible(e->adjface[0]) && !is_visible(e->adjface[1]);
-    };
-    std::sort(first, first + l.seen_edge_count, precedes);
-    tEdgeStructure** last = std::unique(first, first + l.seen_edge_count);
-    last                  = std::remove_if(first, last, is_apart);
-    l.seen_edge_count     = static_cast<std::size_t>(last - first);
-
-    std::size_t rim = 0;
-    std::for_each(first, last, [&](tEdgeStructure* e) {
-        e->delete_ = is_visible(e->adjface[0]) && is_visible(e->adjface[1]);
-        rim += e->delete_ ? 0 : 1;
-    });
-    if (!l.make_room(2 * rim, rim)) {
-        for (std::size_t i = 0; i < l.seen_edge_count; ++i) l.seen_edges[i]->delete_ = 0;
-        for (std::size_t i = 0; i < l.seen_face_count; ++i) l.seen_faces[i]->visible = 0;
-        return -1;
+    l.find_rim();
+    const std::size_t faces = l.plane_count - l.seen_count + l.rim_count;
+    const bool is_torn      = l.rim_count == 0 || faces > kFacesPerPoint * l.processed;
+    if (is_torn || !l.make_room(2 * l.rim_count, l.rim_count)) {
+        l.forget_seen();
+        return is_torn ? 0 : -1;
     }
-    for (std::size_t i = 0; i < l.seen_edge_count; ++i) {
-        tEdgeStructure* const edge = l.seen_edges[i];
-        if (!edge->delete_) edge->newface = MakeConeFace(edge, p);
-    }
+    for (std::size_t i = 0; i < l.rim_count; ++i)
+        l.rim_edges[i]->newface = MakeConeFace(l.rim_edges[i], p);
     return 0;
 }
 
@@ -588,27 +608,25 @@ void TConvexHull::CleanUp(tVertexStructure** next) {
 
 void TConvexHull::CleanEdges() {
     ConvexHullLists& l = *lists_;
-    for (std::size_t i = 0; i < l.seen_edge_count; ++i) {
-        tEdgeStructure* const edge = l.seen_edges[i];
-        for (tVertexStructure* end : edge->endpts) {
-            l.seen_vertices[l.seen_vertex_count++] = end;
-            if (edge->delete_) --end->edge_count;
-        }
-        if (edge->newface) {
-            edge->adjface[is_visible(edge->adjface[0]) ? 0 : 1] = edge->newface;
-            edge->newface                                       = nullptr;
-        }
-        if (edge->delete_) {
-            unlink(edges_, edge);
-            std::fill_n(edge->adjface, 2, nullptr);
-            l.edges.give_back(edge);
-        }
+    for (std::size_t i = 0; i < l.rim_count; ++i) {
+        tEdgeStructure* const edge                          = l.rim_edges[i];
+        edge->adjface[is_visible(edge->adjface[0]) ? 0 : 1] = edge->newface;
+        edge->newface                                       = nullptr;
+        l.touch_ends(edge);
+    }
+    for (std::size_t i = 0; i < l.gone_count; ++i) {
+        tEdgeStructure* const edge = l.gone_edges[i];
+        for (tVertexStructure* end : edge->endpts) --end->edge_count;
+        l.touch_ends(edge);
+        unlink(edges_, edge);
+        std::fill_n(edge->adjface, 2, nullptr);
+        l.edges.give_back(edge);
     }
 }
 
 void TConvexHull::CleanFaces() {
     ConvexHullLists& l = *lists_;
-    for (std::size_t i = 0; i < l.seen_face_count; ++i) {
+    for (std::size_t i = 0; i < l.seen_count; ++i) {
         tFaceStructure* const face = l.seen_faces[i];
         l.drop_plane(face);
         unlink(faces_, face);
@@ -616,10 +634,10 @@ void TConvexHull::CleanFaces() {
     }
 }
 
-// A vertex may have been seen more than once: what left the list is no longer marked.
+// A vertex may have been touched more than once: what left the list is no longer marked.
 void TConvexHull::CleanVertices(tVertexStructure** next) {
-    tVertexStructure** const first = lists_->seen_vertices.get();
-    tVertexStructure** const last  = first + lists_->seen_vertex_count;
+    tVertexStructure** const first = lists_->touched_vertices.get();
+    tVertexStructure** const last  = first + lists_->touched_count;
     std::for_each(first, last, [](tVertexStructure* v) { v->onhull = v->edge_count != 0; });
     std::for_each(first, last, [&](tVertexStructure* v) {
         if (!v->mark || v->onhull) return;

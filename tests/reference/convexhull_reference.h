@@ -5,7 +5,9 @@
 #include <array>
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
 #include <deque>
+#include <utility>
 #include <vector>
 
 namespace reference {
@@ -37,6 +39,7 @@ struct Hull {
     std::vector<Vertex*> vertices;  // the lists, head first
     std::vector<Edge*> edges;
     std::vector<Face*> faces;
+    std::ptrdiff_t processed = 3;
 
     void add(double x, double y, double z) {
         const int number = static_cast<int>(all_vertices.size());
@@ -112,6 +115,18 @@ struct Hull {
 
     void grow_to(Vertex* p) {
         for (Face* f : faces) f->is_visible = volume(*f, p->v) < -0.5;
+
+        // Nothing is done where rounding has torn the surface.
+        const auto kept =
+            std::count_if(faces.begin(), faces.end(), [](Face* f) { return !f->is_visible; });
+        const auto rim = std::count_if(edges.begin(), edges.end(), [](Edge* e) {
+            return sees(e->faces[0]) != sees(e->faces[1]);
+        });
+        ++processed;
+        if (rim == 0 || kept + rim > 2 * processed) {
+            for (Face* f : faces) f->is_visible = false;
+            return;
+        }
         for (std::size_t i = 0; i < edges.size(); ++i) {
             Edge* const e = edges[i];
             if (sees(e->faces[0]) && sees(e->faces[1])) {
