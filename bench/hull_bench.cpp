@@ -65,15 +65,18 @@ public:
     qhT qh;
 };
 
-// The corners of the peer's hull are on ours: inside, but not a little farther out.
+// The corners of the peer's hull are on ours, but for its tolerance: inside a little farther in,
+// and outside a little farther out.
 void check_peer(std::vector<double>& all) {
     TConvexHull hull;
     construct(hull, all);
     const Peer peer(all);
     for (const vertexT* v = peer.qh.vertex_list; v && v->next; v = v->next) {
         const double* const p = v->point;
-        if (!hull.InsideHull(p[0], p[1], p[2])) std::abort();
-        if (hull.InsideHull(1.2 * p[0], 1.2 * p[1], 1.2 * p[2])) std::abort();
+        for (const double scale : {0.9, 1.2}) {
+            const bool is_inside = hull.InsideHull(scale * p[0], scale * p[1], scale * p[2]) != 0;
+            if (is_inside != (scale < 1)) std::abort();
+        }
     }
 }
 

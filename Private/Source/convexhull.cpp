@@ -9,9 +9,8 @@
 // Edges change only where a visible face is, and their numbers give the order of the list back.
 // Vertices count their edges.
 //
-// Rounding may give a rim that is no simple polygon. Edges then keep the first two of their faces,
-// and a face may name an edge that is gone: records stay readable until the end of the hull, and
-// a free edge has no faces.
+// The surface stays closed: each edge has two faces, since only cones on a simple rim are made.
+// Records stay readable until the end of the hull, for copies whose heads are out of date.
 
 #include "Source/convexhull.h"
 
@@ -31,9 +30,6 @@ using movane::for_each;
 
 constexpr double kTolerance       = 0.5;  // of the volume sign
 constexpr std::size_t kFirstChunk = 64;
-
-// A closed surface without holes has 4 faces less than this for each vertex.
-constexpr std::size_t kFacesPerPoint = 2;
 
 // Rounding errors of a volume, and of the same by the plane, are together below this times the
 // cube of the largest extent (133 * 2^-53, doubled); the absolute part is for denormal numbers.
@@ -199,7 +195,6 @@ struct ConvexHullLists {
     std::size_t plane_capacity;
 
     // What the point being added sees, and what it touches.
-    std::size_t processed;  // points so far
     Block<tFaceStructure*> seen_faces;
     Block<tEdgeStructure*> gone_edges;  // between two seen faces
     Block<tEdgeStructure*> rim_edges;   // of one seen face, in the order of the list
@@ -211,16 +206,17 @@ struct ConvexHullLists {
 
     bool make_room(std::size_t more_edges, std::size_t more_faces);
     void find_extent(tVertexStructure* head);
-    Probe probe(const double* p) const;
+    Probe probe(const double* p, double tolerance) const;
     void set_plane(tFaceStructure* face);
     void drop_plane(const tFaceStructure* face);
     void find_rim();
+    bool is_rim_simple();
     void forget_seen();
     void touch_ends(const tEdgeStructure* edge);
 
     /// Calls with each face that p sees, until a call gives false.
     template <class Call>
-    void for_each_visible(const double* p, Call call) const;
+    void for_each_visible(const double* p, double tolerance, Call call) const;
 };
 
 bool ConvexHullLists::make_room(std::size_t more_edges, std::size_t more_faces) {
@@ -253,7 +249,7 @@ void ConvexHullLists::find_extent(tVertexStructure* head) {
 }
 
 // Where a volume could overflow nothing is clear.
-Probe ConvexHullLists::probe(const double* p) const {
+Probe ConvexHullLists::probe(const double* p, double tolerance) const {
     Probe probe;
     double extent = 2 * reach;
     for (int k = 0; k < 3; ++k) {
@@ -261,7 +257,7 @@ Probe ConvexHullLists::probe(const double* p) const {
         extent += std::fabs(probe.p[k]);
     }
     const double cube = 16 * extent * extent * extent;
-    probe.clear       = cube <= DBL_MAX ? kAbsoluteError + kRelativeError / 16 * cube - kTolerance
+    probe.clear       = cube <= DBL_MAX ? kAbsoluteError + kRelativeError / 16 * cube - tolerance
                                         : std::numeric_limits<double>::quiet_NaN();
     return probe;
 }
@@ -315,6 +311,29 @@ void ConvexHullLists::find_rim() {
         [](const tEdgeStructure* e, const tEdgeStructure* f) { return e->number < f->number; });
 }
 
+// One closed polygon that meets no vertex twice: followed from its first edge, it has all others.
+bool ConvexHullLists::is_rim_simple() {
+    for (std::size_t i = 0; i < rim_count; ++i)
+        for (tVertexStructure* end : rim_edges[i]->endpts) end->rim[0] = end->rim[1] = nullptr;
+    for (std::size_t i = 0; i < rim_count; ++i) {
+        for (tVertexStructure* end : rim_edges[i]->endpts) {
+            if (end->rim[1]) return false;
+            end->rim[end->rim[0] ? 1 : 0] = rim_edges[i];
+        }
+    }
+    if (rim_count == 0) return false;
+    const tEdgeStructure* edge  = rim_edges[0];
+    const tVertexStructure* end = edge->endpts[1];
+    std::size_t followed        = 0;
+    do {
+        edge = end->rim[end->rim[0] == edge ? 1 : 0];
+        if (!edge) return false;
+        end = edge->endpts[edge->endpts[0] == end ? 1 : 0];
+        ++followed;
+    } while (edge != rim_edges[0]);
+    return followed == rim_count;
+}
+
 void ConvexHullLists::forget_seen() {
     for (std::size_t i = 0; i < seen_count; ++i) seen_faces[i]->visible = 0;
     for (std::size_t i = 0; i < gone_count; ++i) gone_edges[i]->delete_ = 0;
@@ -326,8 +345,8 @@ void ConvexHullLists::touch_ends(const tEdgeStructure* edge) {
 }
 
 template <class Call>
-void ConvexHullLists::for_each_visible(const double* p, Call call) const {
-    const Probe at = probe(p);
+void ConvexHullLists::for_each_visible(const double* p, double tolerance, Call call) const {
+    const Probe at = probe(p, tolerance);
     for (std::size_t first = 0; first < plane_count; first += kPlanes) {
         const PlaneBlock& block = planes[first / kPlanes];
         if (is_clear(block, at)) continue;
@@ -336,7 +355,7 @@ void ConvexHullLists::for_each_visible(const double* p, Call call) const {
                                                   block.nz[i] * at.p[2]);
             if (estimate >= at.clear) continue;
             tFaceStructure* const face = plane_faces[first + i];
-            if (volume(*face, p) < -kTolerance && !call(face)) return;
+            if (volume(*face, p) < -tolerance && !call(face)) return;
         }
     }
 }
@@ -401,7 +420,7 @@ int TConvexHull::InsideHull(double x, double y, double z) const {
 int TConvexHull::InsideHull(tVertexStructure* p) const {
     if (!faces_) return 1;
     int is_inside = 1;
-    lists_->for_each_visible(p->v, [&](const tFaceStructure*) {
+    lists_->for_each_visible(p->v, kTolerance, [&](const tFaceStructure*) {
         is_inside = 0;
         return false;
     });
@@ -541,7 +560,7 @@ int TConvexHull::DoubleTriangle() {
     tVertexStructure* const b = a->next;
     tVertexStructure* const c = b->next;
     a->mark = b->mark = c->mark = 1;
-    lists_->processed           = 3;
+    lists_->seen_count = lists_->gone_count = lists_->rim_count = 0;
 
     tFaceStructure* const front = MakeFace(a, b, c, nullptr);
     tFaceStructure* const back  = MakeFace(c, b, a, front);
@@ -571,29 +590,32 @@ int TConvexHull::ConstructHull() {
     return 0;
 }
 
-// A point that sees every face, or whose cone would leave more faces than a hull of so many points
-// can have, has met a surface torn by rounding. It is dropped, or tears would multiply.
+// What a point sees beyond the tolerance may have holes and islands. It is then taken for all that
+// it sees at all; a point that has no simple rim even so is dropped, since a cone would tear the
+// surface.
 int TConvexHull::AddPoint(tVertexStructure* p) {
-    ConvexHullLists& l = *lists_;
-    ++l.processed;
-    l.seen_count = l.gone_count = l.rim_count = 0;
-    l.for_each_visible(p->v, [&](tFaceStructure* face) {
-        face->visible                = 1;
-        l.seen_faces[l.seen_count++] = face;
-        return true;
-    });
+    ConvexHullLists& l    = *lists_;
     l.touched_vertices[0] = p;
     l.touched_count       = 1;
-    if (l.seen_count == 0) {
-        p->onhull = 0;
-        return 0;
-    }
-    l.find_rim();
-    const std::size_t faces = l.plane_count - l.seen_count + l.rim_count;
-    const bool is_torn      = l.rim_count == 0 || faces > kFacesPerPoint * l.processed;
-    if (is_torn || !l.make_room(2 * l.rim_count, l.rim_count)) {
+    bool is_simple        = false;
+    for (const double tolerance : {kTolerance, 0.0}) {
         l.forget_seen();
-        return is_torn ? 0 : -1;
+        l.for_each_visible(p->v, tolerance, [&](tFaceStructure* face) {
+            face->visible                = 1;
+            l.seen_faces[l.seen_count++] = face;
+            return true;
+        });
+        if (l.seen_count == 0) {
+            p->onhull = 0;
+            return 0;
+        }
+        l.find_rim();
+        is_simple = l.is_rim_simple();
+        if (is_simple) break;
+    }
+    if (!is_simple || !l.make_room(2 * l.rim_count, l.rim_count)) {
+        l.forget_seen();
+        return is_simple ? -1 : 0;
     }
     for (std::size_t i = 0; i < l.rim_count; ++i)
         l.rim_edges[i]->newface = MakeConeFace(l.rim_edges[i], p);
@@ -632,6 +654,7 @@ void TConvexHull::CleanFaces() {
         unlink(faces_, face);
         l.faces.give_back(face);
     }
+    l.seen_count = l.gone_count = l.rim_count = 0;
 }
 
 // A vertex may have been touched more than once: what left the list is no longer marked.

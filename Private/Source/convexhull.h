@@ -14,7 +14,8 @@ struct tVertexStructure {
     int mark;                   // has been processed
     tVertexStructure* next;
     tVertexStructure* prev;
-    int edge_count;  // edges that end here
+    int edge_count;          // edges that end here
+    tEdgeStructure* rim[2];  // edges of the rim that end here, while it is looked at
 };
 
 struct tEdgeStructure {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <deque>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,6 @@ struct Hull {
     std::vector<Vertex*> vertices;  // the lists, head first
     std::vector<Edge*> edges;
     std::vector<Face*> faces;
-    std::ptrdiff_t processed = 3;
 
     void add(double x, double y, double z) {
         const int number = static_cast<int>(all_vertices.size());
@@ -113,17 +113,31 @@ struct Hull {
 
     static bool sees(const Face* f) { return f && f->is_visible; }
 
+    // Whether the border of what is seen is one polygon that meets no vertex twice.
+    bool is_rim_simple() const {
+        std::map<Vertex*, std::vector<Vertex*>> neighbours;
+        for (const Edge* e : edges) {
+            if (sees(e->faces[0]) == sees(e->faces[1])) continue;
+            neighbours[e->ends[0]].push_back(e->ends[1]);
+            neighbours[e->ends[1]].push_back(e->ends[0]);
+        }
+        std::vector<Vertex*> reached;
+        if (!neighbours.empty()) reached.push_back(neighbours.begin()->first);
+        for (std::size_t i = 0; i < reached.size(); ++i) {
+            if (neighbours[reached[i]].size() != 2) return false;
+            for (Vertex* v : neighbours[reached[i]])
+                if (std::find(reached.begin(), reached.end(), v) == reached.end())
+                    reached.push_back(v);
+        }
+        return !reached.empty() && reached.size() == neighbours.size();
+    }
+
     void grow_to(Vertex* p) {
         for (Face* f : faces) f->is_visible = volume(*f, p->v) < -0.5;
-
-        // Nothing is done where rounding has torn the surface.
-        const auto kept =
-            std::count_if(faces.begin(), faces.end(), [](Face* f) { return !f->is_visible; });
-        const auto rim = std::count_if(edges.begin(), edges.end(), [](Edge* e) {
-            return sees(e->faces[0]) != sees(e->faces[1]);
-        });
-        ++processed;
-        if (rim == 0 || kept + rim > 2 * processed) {
+        if (std::none_of(faces.begin(), faces.end(), sees)) return;
+        if (!is_rim_simple())
+            for (Face* f : faces) f->is_visible = volume(*f, p->v) < 0;
+        if (!is_rim_simple()) {
             for (Face* f : faces) f->is_visible = false;
             return;
         }
