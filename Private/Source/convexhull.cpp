@@ -188,7 +188,8 @@ struct ConvexHullLists {
     std::uint64_t next_edge;
 
     double centre[3];
-    double reach;  // the largest coordinate relative to the centre
+    double inner[3];  // the middle of the first solid
+    double reach;     // the largest coordinate relative to the centre
     Block<PlaneBlock> planes;
     Block<tFaceStructure*> plane_faces;
     std::size_t plane_count;
@@ -211,6 +212,7 @@ struct ConvexHullLists {
     void drop_plane(const tFaceStructure* face);
     void find_rim();
     bool is_rim_simple();
+    bool is_cone_outward(const tVertexStructure* p) const;
     void forget_seen();
     void touch_ends(const tEdgeStructure* edge);
 
@@ -332,6 +334,22 @@ bool ConvexHullLists::is_rim_simple() {
         ++followed;
     } while (edge != rim_edges[0]);
     return followed == rim_count;
+}
+
+// A cone on slivers may be folded inward, and would then have everything outside.
+bool ConvexHullLists::is_cone_outward(const tVertexStructure* p) const {
+    for (std::size_t i = 0; i < rim_count; ++i) {
+        const tEdgeStructure* const edge = rim_edges[i];
+        const tFaceStructure* const seen = edge->adjface[is_visible(edge->adjface[0]) ? 0 : 1];
+        const auto* const from = std::find(seen->vertex, seen->vertex + 3, edge->endpts[0]);
+        const bool is_along    = seen->vertex[(from - seen->vertex + 1) % 3] == edge->endpts[1];
+        tFaceStructure cone{};
+        cone.vertex[0] = edge->endpts[is_along ? 0 : 1];
+        cone.vertex[1] = edge->endpts[is_along ? 1 : 0];
+        cone.vertex[2] = const_cast<tVertexStructure*>(p);
+        if (volume(cone, inner) < 0) return false;
+    }
+    return true;
 }
 
 void ConvexHullLists::forget_seen() {
@@ -570,6 +588,8 @@ int TConvexHull::DoubleTriangle() {
     tVertexStructure* d = c->next;
     while (d != a && VolumeSign(front, d) == 0) d = d->next;
     if (d == a) return -1;
+    for (int k = 0; k < 3; ++k)
+        lists_->inner[k] = a->v[k] / 4 + b->v[k] / 4 + c->v[k] / 4 + d->v[k] / 4;
     vertices_ = d;
     return 0;
 }
@@ -591,13 +611,13 @@ int TConvexHull::ConstructHull() {
 }
 
 // What a point sees beyond the tolerance may have holes and islands. It is then taken for all that
-// it sees at all; a point that has no simple rim even so is dropped, since a cone would tear the
-// surface.
+// it sees at all; a point that even so has no simple rim with an outward cone is dropped, since a
+// cone would tear the surface.
 int TConvexHull::AddPoint(tVertexStructure* p) {
     ConvexHullLists& l    = *lists_;
     l.touched_vertices[0] = p;
     l.touched_count       = 1;
-    bool is_simple        = false;
+    bool is_sound         = false;
     for (const double tolerance : {kTolerance, 0.0}) {
         l.forget_seen();
         l.for_each_visible(p->v, tolerance, [&](tFaceStructure* face) {
@@ -610,12 +630,12 @@ int TConvexHull::AddPoint(tVertexStructure* p) {
             return 0;
         }
         l.find_rim();
-        is_simple = l.is_rim_simple();
-        if (is_simple) break;
+        is_sound = l.is_rim_simple() && l.is_cone_outward(p);
+        if (is_sound) break;
     }
-    if (!is_simple || !l.make_room(2 * l.rim_count, l.rim_count)) {
+    if (!is_sound || !l.make_room(2 * l.rim_count, l.rim_count)) {
         l.forget_seen();
-        return is_simple ? -1 : 0;
+        return is_sound ? -1 : 0;
     }
     for (std::size_t i = 0; i < l.rim_count; ++i)
         l.rim_edges[i]->newface = MakeConeFace(l.rim_edges[i], p);

@@ -40,6 +40,7 @@ struct Hull {
     std::vector<Vertex*> vertices;  // the lists, head first
     std::vector<Edge*> edges;
     std::vector<Face*> faces;
+    std::array<double, 3> inner;
 
     void add(double x, double y, double z) {
         const int number = static_cast<int>(all_vertices.size());
@@ -84,6 +85,9 @@ struct Hull {
         std::size_t d = (a + 3) % n;
         while (d != a && !(std::fabs(volume(*front, vertices[d]->v)) > 0.5)) d = (d + 1) % n;
         if (d == a) return false;
+        for (std::size_t k = 0; k < 3; ++k)
+            inner[k] = vertices[a]->v[k] / 4 + vertices[a + 1]->v[k] / 4 +
+                       vertices[a + 2]->v[k] / 4 + vertices[d]->v[k] / 4;
         std::rotate(vertices.begin(), vertices.begin() + static_cast<std::ptrdiff_t>(d),
                     vertices.end());
         for (Vertex* v : std::vector(vertices)) {
@@ -132,12 +136,27 @@ struct Hull {
         return !reached.empty() && reached.size() == neighbours.size();
     }
 
+    // Whether the cone's faces look away from the middle of the first solid.
+    bool is_cone_outward(Vertex* p) const {
+        for (const Edge* e : edges) {
+            if (sees(e->faces[0]) == sees(e->faces[1])) continue;
+            const Face& seen = *e->faces[sees(e->faces[0]) ? 0 : 1];
+            for (int i = 0; i < 3; ++i) {
+                Vertex *a = seen.corners[i], *b = seen.corners[(i + 1) % 3];
+                const bool is_edge =
+                    (a == e->ends[0] && b == e->ends[1]) || (b == e->ends[0] && a == e->ends[1]);
+                if (is_edge && volume(Face{{}, {a, b, p}, false}, inner) < 0) return false;
+            }
+        }
+        return true;
+    }
+
     void grow_to(Vertex* p) {
         for (Face* f : faces) f->is_visible = volume(*f, p->v) < -0.5;
         if (std::none_of(faces.begin(), faces.end(), sees)) return;
-        if (!is_rim_simple())
+        if (!is_rim_simple() || !is_cone_outward(p))
             for (Face* f : faces) f->is_visible = volume(*f, p->v) < 0;
-        if (!is_rim_simple()) {
+        if (!is_rim_simple() || !is_cone_outward(p)) {
             for (Face* f : faces) f->is_visible = false;
             return;
         }
