@@ -110,8 +110,8 @@ void write_piece(std::ostream& out, const Piece& p, int k) {
         }
         out << "ys" << k << "_" << e;
         write_trace(out, [&](int i) {
-            return is_vertical[e] ? between(b_min, b_max, i)
-                                  : -(plane.a * between(a_min, a_max, i) + plane.d) / plane.b;
+            if (is_vertical[e]) return between(b_min, b_max, i);
+            return 0.0 - (plane.a * between(a_min, a_max, i) + plane.d) / plane.b;  // no -0
         });
     }
     out << "plot(";
