@@ -250,13 +250,13 @@ TEST(TopSurfacePiece, AnswersBesideAHole) {
     // A sheet too large for a bracket of 1e-5 to exist.
     const Patch huge(
         [](double s, double t, double* colour) {
-            colour[0] = 1e38 * (1 - 0.5 * s);
+            colour[0] = 1e30 * (0.5 - s);
             colour[1] = 1e30 * s;
             colour[2] = 1e30 * s * t;
         },
         3, 3);
     double teta = 0;
-    EXPECT_EQ(message_of([&] { movane::teta_at(*huge, 0.3, 0.77e38, &teta); }), "algo sucks");
+    EXPECT_EQ(message_of([&] { movane::teta_at(*huge, 0.3, 1.0, &teta); }), "algo sucks");
 }
 
 // --- discarding ----------------------------------------------------------------------------------

@@ -417,7 +417,9 @@ public:
     int DetermineNormCoord(const double* colour, double* norm, double* excess, int n);
 
     /// The same with the tabulated surface. A colour above it gets VTr 1, and `excess` grows by the
-    /// distance. An umbrella whose hues leave a gap has no such table: the call fails each time.
+    /// distance. The table of angles needs an answer at each hue and height: an umbrella whose hues
+    /// leave a gap, or whose lightest point is not on the lightness axis, has none, and the call
+    /// fails each time.
     ///
     /// @return  0; -1 on failure, nothing is written then
     /// @fails   as DetermineNormCoord(), and
