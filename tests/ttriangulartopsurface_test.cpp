@@ -179,6 +179,42 @@ TEST(TopSurface, EnumeratesThePairsAroundWhite) {
     EXPECT_EQ(first.surface.GetNrVarCoordPrimComb(0), 3);
 }
 
+// The second ink is the lightest; the third reaches out beyond the mix of the other two.
+TEST(TopSurface, SplitsWhereAFurtherInkReachesOut) {
+    Press p({100, {{-30, 60, -30}, {-10, 60, 30}, {-30, 20, 40}}, 0}, 4, kSteps);
+    EXPECT_EQ(combs(p.surface, 3),
+              (std::vector<std::vector<double>>{{-1, -1, 1}, {1, -1, -1}, {-1, 0, -1}}));
+}
+
+TEST(TopSurface, RemovesTheEntryBehindThatOfADarkeningPrimary) {
+    struct Row {
+        LinearPress press;
+        int black, a, b;
+        std::vector<double> base;
+    };
+    const Row rows[] = {
+        {reference::four_inks(0), 3, 0, 1, {10, 11, 13, 13}},
+        {reference::four_inks(0), 3, -1, -1, {10, 11, 12, 13}},  // beyond the end
+        {reference::black_first(0), 0, 1, 2, {10, 12, 13, 13}},
+    };
+    for (const Row& row : rows) {
+        Press p(row.press, 3, kSteps);
+        auto& black = *static_cast<TPrimary*>(p.surface.sortedPrimaries->Last());
+        EXPECT_EQ(black.channel, row.black);
+        black.darkening = 0;
+        std::vector<double> device(4, 7), base{10, 11, 12, 13};
+        int in_play = 4;
+        EXPECT_EQ(p.surface.ThrowOutRedundantPrimaries(device.data(), base.data(), row.a, row.b,
+                                                       &in_play),
+                  0);
+        EXPECT_EQ(base, row.base);
+        EXPECT_EQ(device[static_cast<std::size_t>(row.black)], 1);
+        EXPECT_EQ(in_play, 3);
+        EXPECT_EQ(black.darkening, 1);
+        EXPECT_EQ(p.surface.GetNrDifferentPrimCombs(), 3);
+    }
+}
+
 TEST(TopSurface, ScansCombinationsWithTheResultReversed) {
     Press press(reference::three_inks(0), 2, kSteps);
     std::array<double, 3> device{};
@@ -324,6 +360,35 @@ TEST(TopSurface, IsTheSameInEveryArrangementOfTheAxes) {
     }
     EXPECT_EQ(results[1], results[0]);
     EXPECT_EQ(results[2], results[0]);
+}
+
+// A dark ink that spans no piece, farther from the lightness axis than the edge: the edge is lifted
+// around its hue, the less the farther away.
+TEST(TopSurface, ReachesOutToADarkPrimary) {
+    LinearPress press = reference::three_inks(0);
+    std::vector<double> edge;
+    for (int i = 0; i < kSteps; ++i)
+        edge.push_back(1.1 * press.at(kTwoPi * i / (kSteps - 1.0)).edge_teta());
+    press.steps.push_back({-98, 10, 5});
+    Press p(press, 3, kSteps);
+    EXPECT_EQ(p.surface.darkeningPrimaries->Count(), 1);
+    const double hue = std::atan2(5, 10) / kTwoPi, at = hue * (kSteps - 1);
+    const auto below   = static_cast<std::size_t>(at);
+    const double there = edge[below] + (at - std::floor(at)) * (edge[below + 1] - edge[below]);
+    const double teta  = std::atan2(std::hypot(10, 5), 2);
+    const double lifted =
+        std::min(0.1 * (1.57079632675 - teta) + teta - there, 1.57079632675 - there - 1e-5);
+    ASSERT_GT(lifted, 0.1);
+    for (int i = 0; i < kSteps; ++i) {
+        const double x = i / (kSteps - 1.0), d = std::fabs(x - hue);
+        const double distance = d > 0.5 ? 1 - d : d;
+        double teta_max = 0, vt_min = 0;
+        ASSERT_EQ(p.surface.UmbrellaEdge(kTwoPi * x, &teta_max, &vt_min), 0);
+        EXPECT_NEAR(
+            teta_max,
+            std::min(edge[static_cast<std::size_t>(i)] + (1 - 2 * distance) * lifted, kCeiling),
+            1e-6);
+    }
 }
 
 // --- borders of the coordinates ------------------------------------------------------------------

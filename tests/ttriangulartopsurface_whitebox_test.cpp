@@ -440,25 +440,6 @@ TEST(TopSurfacePiece, LiesBetweenItsBoundingPlanes) {
                   "-1 Wrong input");
 }
 
-// --- a split -------------------------------------------------------------------------------------
-
-// The third ink makes the mix of the first two more saturated at their hue: a rim.
-TEST(TopSurface, SplitsWhereAFurtherInkReachesOut) {
-    const MessageCapture quiet;
-    const reference::LinearPress press{100, {{-20, 60, -30}, {-25, 60, 30}, {-30, 40, 0}}, 0};
-    Device device = device_of(press);
-    Surface surface(device, 3, Samples(3, 4), 0, 9);
-    std::vector<int> tags;
-    for (TElement* e = surface.umbrella->First(); e; e = e->Next()) {
-        Piece& piece = Piece::of(*static_cast<TPrimComb*>(e));
-        tags.push_back(piece.tag);
-        if (piece.tag < 0) continue;
-        EXPECT_EQ(std::count(piece.device.get(), piece.device.get() + 3, 0.0), 1);
-        EXPECT_EQ(piece.second->channel, piece.tag);
-    }
-    EXPECT_NE(std::count(tags.begin(), tags.end(), -1), 0);
-}
-
 // --- devices that are none -----------------------------------------------------------------------
 
 Device strange_device(int kind, unsigned seed, int channels) {

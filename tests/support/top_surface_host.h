@@ -52,6 +52,7 @@ struct Surface : TTriangularTopSurface {
     using TTriangularTopSurface::PhirToPhi;
     using TTriangularTopSurface::PhiToPhir;
     using TTriangularTopSurface::PrimaryUnderneathTopUmbrella;
+    using TTriangularTopSurface::ThrowOutRedundantPrimaries;
 
     using TTriangularTopSurface::darkeningPrimaries;
     using TTriangularTopSurface::errNo;
