@@ -45,5 +45,4 @@ demo_packages=(googletest icc-profiles-free libjxl-testdata python3-pil)
 cross_packages=(g++-multilib g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix)
 windows_packages=(wine64 debootstrap debian-archive-keyring)
 bench_packages=(libbenchmark-dev libeigen3-dev libgs-common libgsl-dev liblcms2-dev libnlopt-dev
-    libopencv-imgproc-dev libyuv-dev python3)
-    libopencv-imgproc-dev libqhull-dev python3)
+    libopencv-imgproc-dev libqhull-dev libyuv-dev python3)
