@@ -774,9 +774,9 @@ struct md_tetrad_table;
 
 /* --- Top surface --------------------------------------------------------------------------
  *
- * The light side of the gamut of an output device, seen from above. The device is known through
- * a callback alone, its forward model; device coordinates lie in 0..1, 1 meaning no colorant
- * (the lightest, paper) and 0 the full amount.
+ * The light side of the gamut of an output device, seen from above. The device is known through a
+ * callback alone, its forward model; device coordinates lie in 0..1, 1 meaning no colorant (the
+ * lightest, paper) and 0 the full amount.
  *
  *   TPrimary                one channel at its full amount, and the colour of that
  *   TPrimComb               a piece of the surface: two channels vary, the others are fixed
@@ -790,17 +790,17 @@ struct md_tetrad_table;
  *   if (top.ErrNo() == 0) top.DetermineNormCoord(lab, norm, excess, 1000);
  *
  * Colours are three doubles. One is the lightness L, chosen by the host; the other two, in
- * ascending order, are the chromatic axes A and B: with lightness 0 they are 1 and 2, with 1
- * they are 0 and 2, with 2 they are 0 and 1. The hue phi is the angle of (A, B), the chroma C
- * its length; teta is the angle from the lightness axis, so that C = L * tan(teta).
+ * ascending order, are the chromatic axes A and B: with lightness 0 they are 1 and 2, with 1 they
+ * are 0 and 2, with 2 they are 0 and 1. The hue phi is the angle of (A, B), the chroma C its
+ * length; teta is the angle from the lightness axis, so that C = L * tan(teta).
  *
  * Pieces are measured on grids of nr0 by nr1 nodes: node (i, j), the i-th sample of the second
  * primary and the j-th of the first, is stored at i * nr0 + j. A cell between the nodes n, n+1,
  * n+nr0 and n+nr0+1 is two triangles, number 2n on the first three and 2n+1 on the last three.
  * Nodes whose colour is not finite, or farther out than 1e60, count as missing.
  *
- * Measuring happens on first use, so that even queries change an object: callers serialise the
- * use of one surface. The forward model must not throw. All messages come from
+ * Measuring happens on first use, so that even queries change an object: callers serialise the use
+ * of one surface. The forward model must not throw. All messages come from
  * "MOVANE/Private/Source/ttriangulartopsurface".
  */
 
@@ -873,10 +873,8 @@ public:
     ///
     /// @param samples0,samples1  device values of the first and the second primary's channel
     /// @param nr0,nr1            how many of them, 0 to 100000 each
-    /// @param device             nrDevice values: -1.0 at the two channels, fixed values
-    /// elsewhere
-    /// @param tag                -1 for a plain pair; else the channel by which a piece was
-    /// split
+    /// @param device             nrDevice values: -1.0 at the two channels, fixed values elsewhere
+    /// @param tag                -1 for a plain pair; else the channel by which a piece was split
     /// @fails  "Bad Initialisation of PrimComb"  no userData or no forward: ErrNo() 3
     ///         "TPrimCoord: Invalid data"        a count outside 0..100000: ErrNo() 2
     ///         "No Memory"                       ErrNo() 1
@@ -894,8 +892,8 @@ public:
     /// @return  0; 1, 2 or 3 when the piece could not be made
     int ErrNo() const;
 
-    /// Tells on which side of a bounding plane a place lies. The planes are vertical, through
-    /// the ends of the first row, the last row, the first column and the last column.
+    /// Tells on which side of a bounding plane a place lies. The planes are vertical, through the
+    /// ends of the first row, the last row, the first column and the last column.
     ///
     /// @param side  0 to 3, in that order
     /// @return      1 on the side of the piece, or within 1e-5 of the plane; 0 beyond it; -1 on
@@ -916,16 +914,15 @@ private:
 /// In the normalised coordinates (tetar, phir, VTr), each 0..1, phir is the hue within the span
 /// that the umbrella covers, tetar the angle from the lightness axis in units of the largest,
 /// tetaMax(phir), and VTr the lightness in units of the surface's there. The quick conversions
-/// take the surface of a hue for a straight line from the lightest point to the edge; those
-/// with MinGam use its tabulated height.
+/// take the surface of a hue for a straight line from the lightest point to the edge; those with
+/// MinGam use its tabulated height.
 ///
 /// Coordinates given to a conversion that are not finite count as 0; no result is NaN.
 class MOVANE_API TTriangularTopSurface {
 public:
     /// Measures the primaries and chooses the pieces. Arrays are copied; `userData` stays the
     /// host's and in use as long as the object. Where memory runs out after the primaries were
-    /// measured, or the device has no darkening primary, that is reported and the object is
-    /// sound.
+    /// measured, or the device has no darkening primary, that is reported and the object is sound.
     ///
     /// @param nrChannels     channels of the device, at least 1
     /// @param gridValues     the device values at which each channel is sampled
@@ -933,20 +930,17 @@ public:
     /// @param userData       handed to `forward`; not null
     /// @param axis           the coordinate that is the lightness: 0, 1 or 2
     /// @param forward        the device; not null
-    /// @param nrPhiSteps,nrTetaSteps  points of the tables over phir and tetar, equal; with
-    /// fewer
+    /// @param nrPhiSteps,nrTetaSteps  points of the tables over phir and tetar, equal; with fewer
     ///                       than 2 every conversion fails
     /// @fails  ErrNo() tells; the object is then one without pieces
     ///         "Invalid Parameters, nrphisteps and nrtetasteps still need to be the same"
     ///                               one of the above does not hold: 2
     ///         "Invalid Parameters"  a channel with fewer than 2 values: 2
     ///         "Not enough memory"   for the table of arrays or the counts: 1
-    ///         "No Memory"           for a channel's values or the primaries: 1; for a piece or
-    ///         its
+    ///         "No Memory"           for a channel's values or the primaries: 1; for a piece or its
     ///                               geometry: 0
     ///         "No memory", "no Memory"  for a split piece: 0
-    ///         "No Common Bounds!"   two pieces share a primary whose colours are all missing;
-    ///         the
+    ///         "No Common Bounds!"   two pieces share a primary whose colours are all missing; the
     ///                               new one is left out: 0
     ///         "Inconsistent common bound algorithm"  in one of the two only, likewise: 0
     ///         "Out of memory", "No more memory"  for the darkening primaries: 0
@@ -958,16 +952,16 @@ public:
 
     virtual ~TTriangularTopSurface();
 
-    /// Writes the plotting script of all pieces: the rows of each piece in the (A, B) plane and
-    /// its four bounding lines. Piece k, row i:
+    /// Writes the plotting script of all pieces: the rows of each piece in the (A, B) plane and its
+    /// four bounding lines. Piece k, row i:
     ///
     ///     xk_i = [A  A  ... ]            yk_i = [B  B  ... ]
     ///     xsk = [101 values of A ]       ysk_e = [the bounding line e over them ]
     ///     plot(xk_0,yk_0,'y',...,xsk,ysk_0,'r',...)
     ///
-    /// Sides e are 0 first row, 1 last row, 2 first column, 3 last column. A line without a
-    /// slope in B stands behind a line "vertical line, x,y-pairs" as an xsk_e and a ysk_e of
-    /// its own. Numbers have the format of the stream.
+    /// Sides e are 0 first row, 1 last row, 2 first column, 3 last column. A line without a slope
+    /// in B stands behind a line "vertical line, x,y-pairs" as an xsk_e and a ysk_e of its own.
+    /// Numbers have the format of the stream.
     ///
     /// @return  out
     /// @fails   "No Memory"  a piece cannot be measured; it is left out, and ErrNo() is 1
@@ -989,25 +983,22 @@ public:
     /// @return  number of pieces
     int GetNrDifferentPrimCombs();
 
-    /// @return  number of variable coordinates of a piece: 2, and one for each darkening
-    /// primary
+    /// @return  number of variable coordinates of a piece: 2, and one for each darkening primary
     ///          attached to it; -1 when there is no such piece
     int GetNrVarCoordPrimComb(int index);
 
     /// Tells which coordinates of a piece vary.
     ///
-    /// @param device  receives nrChannels values: -1.0 at the channels of the pair, -2.0, -3.0
-    /// ...
-    ///                at those of attached primaries, fixed values elsewhere. Channel 0, and
-    ///                what is attached behind it, is never marked that way.
+    /// @param device  receives nrChannels values: -1.0 at the channels of the pair, -2.0, -3.0 ...
+    ///                at those of attached primaries, fixed values elsewhere. Channel 0, and what
+    ///                is attached behind it, is never marked that way.
     /// @return        0; -1 when there is no such piece
     int GetPrimComb(int index, double* device);
 
     /// GetPrimComb() at a cursor, with the sense of the result reversed.
     ///
     /// @param restart  non-zero: the cursor goes to the first piece
-    /// @return         -1 when `device` was written, the cursor stays; 0 when there is no piece
-    /// at
+    /// @return         -1 when `device` was written, the cursor stays; 0 when there is no piece at
     ///                 the cursor, which moves on by one
     int ScanDifferentPrimCombs(int restart, double* device);
 
@@ -1030,19 +1021,17 @@ public:
     /// @param excess  receives for each point how far it lies outside phir and tetar: 0 inside,
     ///                negative outside
     /// @return        0; -1 when the umbrella covers no hue, nothing is written then
-    /// @fails         "Such a small or big gamut is just not possible"  a piece without a hue,
-    /// or
+    /// @fails         "Such a small or big gamut is just not possible"  a piece without a hue, or
     ///                                         with all; it is left out
     ///                "Algorithm does not converge"  a piece without an edge at a hue; left out
-    ///                there "No more memory", "No More Memory"  for the hue spans "No Memory"
-    ///                for the geometry of a piece those of lin_interp_double_new() and its
-    ///                companions
+    ///                there "No more memory", "No More Memory"  for the hue spans "No Memory"   for
+    ///                the geometry of a piece those of lin_interp_double_new() and its companions
     int DetermineNormCoord(const double* colour, double* norm, double* excess, int n);
 
-    /// The same with the tabulated surface. A colour above it gets VTr 1, and `excess` grows by
-    /// the distance. The table of angles needs an answer at each hue and height: an umbrella
-    /// whose hues leave a gap, or whose lightest point is not on the lightness axis, has none,
-    /// and the call fails each time.
+    /// The same with the tabulated surface. A colour above it gets VTr 1, and `excess` grows by the
+    /// distance. The table of angles needs an answer at each hue and height: an umbrella whose hues
+    /// leave a gap, or whose lightest point is not on the lightness axis, has none, and the call
+    /// fails each time.
     ///
     /// @return  0; -1 on failure, nothing is written then
     /// @fails   as DetermineNormCoord(), and
@@ -1050,8 +1039,7 @@ public:
     ///          "Check code, has to be an error somewhere!"  no piece answers at a vertex of a
     ///                     table: 0 in that of heights, which goes on; -1 in that of angles
     ///          "algo sucks"                           a search took more than 1000 steps
-    ///          "Double Concave Surfaces not supported"  a piece has no such point; both leave
-    ///          the
+    ///          "Double Concave Surfaces not supported"  a piece has no such point; both leave the
     ///                     piece without an answer
     int DetermineNormCoordMinGam(const double* colour, double* norm, double* excess, int n);
 
@@ -1074,19 +1062,18 @@ public:
 
     // --- triangles, dumps, script ---
 
-    /// Steps through the cells of all pieces. Cells with both triangles discarded are passed
-    /// over; of a cell with one discarded the other is given twice. Each is announced on
-    /// standard output, in a line that begins with "Discard Triangles".
+    /// Steps through the cells of all pieces. Cells with both triangles discarded are passed over;
+    /// of a cell with one discarded the other is given twice. Each is announced on standard output,
+    /// in a line that begins with "Discard Triangles".
     ///
     /// @param restart       non-zero: starts with the first piece
     /// @param first,second  receive three colours each
-    /// @return              0; 1 when the cell lies in another piece than that of the call
-    /// before
+    /// @return              0; 1 when the cell lies in another piece than that of the call before
     ///                      (0 after a restart); -1 behind the last piece
     int ScanTriangles(int restart, double (*first)[3], double (*second)[3]);
 
-    /// Steps through the masked triangles of all pieces. Which triangle of a cell number t
-    /// stands for is told by the parity of t / 2: the second for an odd one.
+    /// Steps through the masked triangles of all pieces. Which triangle of a cell number t stands
+    /// for is told by the parity of t / 2: the second for an odd one.
     ///
     /// @param triangle  receives three colours
     /// @return          as ScanTriangles()
@@ -1094,22 +1081,19 @@ public:
 
     /// Prints a line per node: its colour and a device vector.
     ///
-    /// Colours come in the order of storage, while the vectors step through the second
-    /// channel's samples within the first's: with different samples the two do not belong
-    /// together.
+    /// Colours come in the order of storage, while the vectors step through the second channel's
+    /// samples within the first's: with different samples the two do not belong together.
     ///
-    /// @return  0, also when there is no such piece, where nothing is printed; -1 when it
-    /// cannot be
+    /// @return  0, also when there is no such piece, where nothing is printed; -1 when it cannot be
     ///          measured
     int DumpGrid(FILE* f, int index);
 
-    /// Prints a line per node, row by row with two empty lines behind each: both sample values
-    /// and the node's lightness above the highest other piece at its place, -1 when there is
-    /// none.
+    /// Prints a line per node, row by row with two empty lines behind each: both sample values and
+    /// the node's lightness above the highest other piece at its place, -1 when there is none.
     int DumpFP(FILE* f, int index);
 
-    /// Prints a line per node, laid out as by DumpFP(): both sample values, the derivatives of
-    /// the colour by the first channel and those by the second.
+    /// Prints a line per node, laid out as by DumpFP(): both sample values, the derivatives of the
+    /// colour by the first channel and those by the second.
     ///
     /// They are three-point differences, one-sided at the ends; equal samples give 0.
     int DumpFirstDer(FILE* f, int index);
@@ -1117,8 +1101,8 @@ public:
     /// DumpFirstDer() of the second derivatives; fewer than three samples give 0.
     int DumpSecDer(FILE* f, int index);
 
-    /// Writes ForBinaryStream() to a file, replacing one that exists. An error number that is
-    /// set afterwards is reported, and cleared.
+    /// Writes ForBinaryStream() to a file, replacing one that exists. An error number that is set
+    /// afterwards is reported, and cleared.
     ///
     /// @param path  UTF-8
     /// @return      0; -1 when the file cannot be opened
