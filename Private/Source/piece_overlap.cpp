@@ -152,15 +152,15 @@ struct Sides {
     [[nodiscard]] bool is_fold() const { return has_left && has_right; }
 };
 
-// The stretch of the ramp that is nearest to a node; -1 when the node is missing or too near.
-int nearest_stretch(const Sheet& sheet, int node, const Ramp& ramp) {
-    if (sheet.is_missing[size(node)]) return -1;
+// The stretch of the ramp that is nearest to a node; -1 when the node is not valid or too near.
+int nearest_stretch(const Piece& piece, int node, const Ramp& ramp) {
+    if (!is_valid_node(piece, node)) return -1;
     int nearest  = -1;
     double least = 0;
     for (int i = 0; i + 1 < ramp.count; ++i) {
         const ChromaPoint from = ramp.points[size(i)], to = ramp.points[size(i + 1)];
         if (!(std::hypot(to.a - from.a, to.b - from.b) > kShortest)) continue;
-        const double here = distance(sheet.points[size(node)], from, to);
+        const double here = distance(piece.sheet->points[size(node)], from, to);
         if (nearest < 0 || here < least) {
             nearest = i;
             least   = here;
@@ -170,11 +170,12 @@ int nearest_stretch(const Sheet& sheet, int node, const Ramp& ramp) {
 }
 
 // False without memory, which is reported.
-bool find_sides(const Sheet& sheet, const Ramp& ramp, Sides* sides) {
+bool find_sides(const Piece& piece, const Ramp& ramp, Sides* sides) {
+    const Sheet& sheet = *piece.sheet;
     const auto nearest = make_block<int>(size(sheet.nodes));
     bool has_memory    = nearest != nullptr;
     for (int n = 0; has_memory && n < sheet.nodes; ++n)
-        nearest[size(n)] = nearest_stretch(sheet, n, ramp);
+        nearest[size(n)] = nearest_stretch(piece, n, ramp);
     for (int i = 0; has_memory && i + 1 < ramp.count; ++i) {
         if (std::find(nearest.get(), nearest.get() + sheet.nodes, i) == nearest.get() + sheet.nodes)
             continue;
@@ -201,13 +202,14 @@ bool are_boxes_apart(const Sheet& s, const Sheet& t) {
            s.b_min > t.b_max + kCoincident || t.b_min > s.b_max + kCoincident;
 }
 
-// Whether a node or the middle of a triangle of `sheet`, away from all bounds, is on the other.
-bool has_point_on(const Sheet& sheet, const Sheet& other, const Ramp& bound) {
-    const auto is_on = [&](ChromaPoint p) {
+// Whether a node or the middle of a triangle of `piece`, away from all bounds, is on the other.
+bool has_point_on(const Piece& piece, const Sheet& other, const Ramp& bound) {
+    const Sheet& sheet = *piece.sheet;
+    const auto is_on   = [&](ChromaPoint p) {
         return covers(other, p) && !is_near(p, bound) && !is_near_outline(p, other);
     };
     for (int n = 0; n < sheet.nodes; ++n)
-        if (!sheet.is_missing[size(n)] && is_on(sheet.points[size(n)])) return true;
+        if (is_valid_node(piece, n) && is_on(sheet.points[size(n)])) return true;
     for (int t = 0; t < 2 * sheet.nodes; ++t) {
         if (!sheet.is_kept[size(t)]) continue;
         int nodes[3];
@@ -267,14 +269,13 @@ Overlap overlap(const Piece& p, const Piece& q) {
             return Overlap::failed;
         }
         Sides of_p, of_q;
-        if (!find_sides(*p.sheet, bound, &of_p) || !find_sides(*q.sheet, bound, &of_q))
-            return Overlap::failed;
+        if (!find_sides(p, bound, &of_p) || !find_sides(q, bound, &of_q)) return Overlap::failed;
         // A sheet on both sides is folded over the bound: its height decides.
         if (of_p.is_fold() || of_q.is_fold()) return Overlap::some;
         if ((of_p.has_left && of_q.has_right) || (of_p.has_right && of_q.has_left))
             return Overlap::none;
     }
-    return has_point_on(*p.sheet, *q.sheet, bound) || has_point_on(*q.sheet, *p.sheet, bound) ||
+    return has_point_on(p, *q.sheet, bound) || has_point_on(q, *p.sheet, bound) ||
                    do_outlines_cross(*p.sheet, *q.sheet, bound)
                ? Overlap::some
                : Overlap::none;
@@ -303,7 +304,8 @@ int classify(Piece& base, const Piece& piece) {
             state = above;
         }
     }
-    return state == below ? kBelow : state == above ? kAbove : state == on ? kSame : kApart;
+    constexpr int kResults[] = {kNoNodes, kApart, kSame, kBelow, kAbove};  // by state
+    return kResults[state];
 }
 
 }  // namespace
@@ -319,6 +321,7 @@ int compare_pieces(top_surface_piece& old_piece, top_surface_piece& new_piece) {
     if (result != kApart) return result;
     // A piece that holds the other's nodes while none of its own is on the other.
     const int reversed = classify(new_piece, old_piece);
+    if (reversed == kNoNodes) return kApart;
     return reversed == kAbove ? kBelow : reversed == kBelow ? kAbove : reversed;
 }
 

@@ -7,7 +7,7 @@ namespace movane {
 
 /// How a new piece lies to an old one. Negative results are failures.
 enum {
-    kNoNodes    = -10,
+    kNoNodes    = -10,  // the new piece has no valid node
     kFailed     = -1,
     kAbove      = 0,  // some nodes of the new piece above, none below
     kBelow      = 1,  // some below, none above

@@ -63,11 +63,6 @@ double share_of(double part, double whole) {
     return whole > 0 ? part / whole : part > 0 ? 1.0 : 0.0;
 }
 
-double capped_ratio(double lightness, double largest) {
-    const double ratio = lightness / largest;
-    return std::isfinite(ratio) ? std::min(ratio, 1.0) : 0.0;
-}
-
 // The height of a straight line from the lightest point to the edge, at the angle teta. Where the
 // edge lies on the lightness axis there is no line: the lightest point's.
 double straight_height(double teta, double teta_max, double vt_max, double vt_min) {
@@ -116,7 +111,7 @@ int TTriangularTopSurface::DetermineNormCoord(const double* colour, double* norm
         const double tetar    = clip_share(share_of(p.teta, teta_max), excess + i);
         const double height =
             straight_height(tetar * teta_max, teta_max, VTMax, look_up(VTMinTable, phir));
-        write_norm(norm, tetar, phir, capped_ratio(p.lightness, height));
+        write_norm(norm, tetar, phir, finite_or_0(std::min(p.lightness / height, 1.0)));
     }
     return 0;
 }
@@ -157,7 +152,7 @@ int TTriangularTopSurface::DetermineNormCoordMinGam(const double* colour, double
             tetar = look_up(TetarGrid, phir, tetar);
             write_norm(norm, tetar, phir, 1);
         } else {
-            write_norm(norm, tetar, phir, capped_ratio(p.lightness, height));
+            write_norm(norm, tetar, phir, finite_or_0(p.lightness / height));
         }
     }
     return 0;

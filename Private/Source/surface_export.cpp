@@ -158,7 +158,7 @@ std::ostream& TTriangularTopSurface::ForBinaryStream(std::ostream& out) {
 }
 
 int TTriangularTopSurface::Export(const char* path) {
-    fdofstream file(path, streambufExt::mode_out | streambufExt::mode_binary);
+    fdofstream file(path, streambufExt::mode_out);
     if (!file.is_open()) {
         report(Formatted("cannot open export file %s", path));
         return -1;

@@ -799,6 +799,10 @@ struct md_tetrad_table;
  * n+nr0 and n+nr0+1 is two triangles, number 2n on the first three and 2n+1 on the last three.
  * Nodes whose colour is not finite, or farther out than 1e60, count as missing.
  *
+ * Hues matter down to the last bit: a white that should lie on the lightness axis but is off it by
+ * rounding has some hue, and may spoil the hue spans of the pieces around it. A forward model that
+ * knows its white to be neutral returns 0 for both chromatic coordinates.
+ *
  * Measuring happens on first use, so that even queries change an object: callers serialise the use
  * of one surface. The forward model must not throw. All messages come from
  * "MOVANE/Private/Source/ttriangulartopsurface".
@@ -939,6 +943,8 @@ public:
     ///         "Not enough memory"   for the table of arrays or the counts: 1
     ///         "No Memory"           for a channel's values or the primaries: 1; for a piece or its
     ///                               geometry: 0
+    ///         "TPrimCoord: Invalid data"  a channel with more than 100000 values; its pieces are
+    ///                               left out: 0
     ///         "No memory", "no Memory"  for a split piece: 0
     ///         "No Common Bounds!"   two pieces share a primary whose colours are all missing; the
     ///                               new one is left out: 0
@@ -1024,8 +1030,10 @@ public:
     /// @fails         "Such a small or big gamut is just not possible"  a piece without a hue, or
     ///                                         with all; it is left out
     ///                "Algorithm does not converge"  a piece without an edge at a hue; left out
-    ///                there "No more memory", "No More Memory"  for the hue spans "No Memory"   for
-    ///                the geometry of a piece those of lin_interp_double_new() and its companions
+    ///                                         there
+    ///                "No more memory", "No More Memory"  for the hue spans
+    ///                "No Memory"              for the geometry of a piece
+    ///                those of lin_interp_double_new() and its companions
     int DetermineNormCoord(const double* colour, double* norm, double* excess, int n);
 
     /// The same with the tabulated surface. A colour above it gets VTr 1, and `excess` grows by the
