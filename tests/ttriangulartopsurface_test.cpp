@@ -135,7 +135,8 @@ TEST(TopSurface, WithoutPiecesAnswersNothing) {
     Surface copy(refused);
     expect_no_surface(copy);
     EXPECT_EQ(copy.ErrNo(), 2);
-    Surface single(device, 1, Samples(1, 4), 0, 20);
+    Device one_ink = device_of({100, {{-40, -30, -40}}, 0});
+    Surface single(one_ink, 1, Samples(1, 4), 0, 20);
     EXPECT_EQ(single.ErrNo(), 0);
     expect_no_surface(single);
     EXPECT_EQ(single.sortedPrimaries->Count(), 1);
