@@ -799,9 +799,9 @@ struct md_tetrad_table;
  * n+nr0 and n+nr0+1 is two triangles, number 2n on the first three and 2n+1 on the last three.
  * Nodes whose colour is not finite, or farther out than 1e60, count as missing.
  *
- * White has to lie on the lightness axis exactly. Off it, if only by rounding, it has a hue, and the
- * axis lies within a piece, which then covers all hues and is left out by the conversions. So a
- * forward model of measured colours subtracts the chromatic coordinates of its white.
+ * White has to lie on the lightness axis exactly. Off it, if only by rounding, it has a hue, and
+ * the axis lies within a piece, which then covers all hues and is left out by the conversions. So
+ * a forward model of measured colours subtracts the chromatic coordinates of its white.
  *
  * Measuring happens on first use, so that even queries change an object: callers serialise the use
  * of one surface. The forward model must not throw. All messages come from
