@@ -211,12 +211,16 @@ MOVANE_API double plane_get_distance_from_point(const double* q, const volume_po
 MOVANE_API int plane_intersect_line(const volume_plane* plane, const double* s, const double* e,
                                     double* out);
 
-/// @return  the square of the distance of q from the line through s and e, which has no ends; 0.0
-///          when these are less than 0.01 apart; -1.0 for a null argument
+/// Gives the square of the distance of q from a point of the line through s and e: from
+/// s + (e - s) * t / L, where L is the length of e - s and t the position of the foot of the
+/// perpendicular, 0 at s and 1 at e. For lines of length 1, and for points abreast of s, that is
+/// the square of the distance from the line; for others proj_point_line() gives it.
+///
+/// @return  the square; 0.0 when s and e are less than 0.01 apart; -1.0 for a null argument
 MOVANE_API double line_get_distance_from_point(const double* q, const double* s, const double* e);
 
 /// Gives the family's measure of a triangle, which is not its area: half the distance of a and b
-/// times the square of the distance of c from their line.
+/// times line_get_distance_from_point() of c and their line.
 ///
 /// @return  the measure; -1.0 for a null argument
 MOVANE_API double triangle_get_area(const double* a, const double* b, const double* c);
