@@ -7,10 +7,10 @@
  *
  * and, for C++ hosts, at the end:
  *
- *   Hull         TConvexHull             the convex hull of points, and whether a colour lies
- * inside Plane        TPlane                  pixels of a planar slice of CIELAB, and back Quadtree
- * TQuadTree               a region of a grid, sampled sparingly Top surface  TTriangularTopSurface
- * the light side of a device's gamut
+ *   Hull         TConvexHull             the convex hull of points, and which colours lie inside
+ *   Plane        TPlane                  pixels of a planar slice of CIELAB, and back
+ *   Quadtree     TQuadTree               a region of a grid, sampled sparingly
+ *   Top surface  TTriangularTopSurface   the light side of a device's gamut
  *
  * Conventions:
  *
@@ -411,9 +411,8 @@ MOVANE_API int tetra_volume_line_hasintersects(const tetra_volume* v, const doub
 /// coordinates once. Points that were in the list before are not looked at.
 ///
 /// @param list  a list of volume_point
-/// @return      0; -1 for null, for a list of elements of another size, without memory, and when
-/// the
-///              list would hold more than 65535 points; it is unchanged then
+/// @return      0; -1 for null, for a list of elements of another size, without memory, and when it
+///              would hold more than 65535 points; it is unchanged then
 /// @fails       "list_insert : Unable to extend list, insufficient resources"
 MOVANE_API int tetra_volume_get_border_points(const tetra_volume* v, void* list);
 
