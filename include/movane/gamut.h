@@ -538,7 +538,7 @@ public:
     /// again, it builds anew from the points that were left and those added since.
     ///
     /// @return  0; -1 when all points are coplanar, when any three that were added one after the
-    ///          other are collinear, and without memory
+    ///          other are collinear, the first two following the last, and without memory
     int Construct();
 
     /// @return  1 when the point lies inside the hull or on its surface, within the tolerance, and
