@@ -502,10 +502,11 @@ MOVANE_C_END
  *
  * A point lies outside a face when the determinant of the face's corners less the point, six times
  * the volume between them, is below -0.5 in the cube of the coordinates' unit. This tolerance is
- * fixed: coordinates must be of the order of CIELAB's, since a hull smaller than the tolerance is
- * flat. Any coordinates are accepted. Points that are not numbers lie outside nothing and are
- * dropped, unless they stand among the first three that are not collinear, which makes
- * Construct() fail.
+ * fixed: a hull smaller than the tolerance is flat, and thousands of points on a surface as wide as
+ * CIELAB lie so close that colours well inside may be found outside. Hosts with so many scale all
+ * coordinates up, by 16 say, those of queries too. Any coordinates are accepted. Points that are
+ * not numbers lie outside nothing and are dropped, unless they stand among the first three that are
+ * not collinear, which makes Construct() fail.
  *
  * Nothing is posted to the error reporter. Any number of threads may ask InsideHull() at once.
  */
