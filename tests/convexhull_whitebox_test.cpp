@@ -85,8 +85,16 @@ void expect_like_reference(const HullPoints& points) {
         hull.AddPoint(p[0], p[1], p[2]);
         expected.add(p[0], p[1], p[2]);
     }
-    EXPECT_EQ(hull.Construct() == 0, expected.construct());
+    const bool is_solid = expected.construct();
+    EXPECT_EQ(hull.Construct() == 0, is_solid);
     ASSERT_EQ(lists_of(hull), lists_of(expected));
+    for_each(hull.*face_list(), [&](const tFaceStructure* f) {
+        for (int i = 0; is_solid && i < 3; ++i) {
+            const auto* const ends = f->edge[i]->endpts;
+            const std::set joined  = {ends[0], ends[1]};
+            EXPECT_EQ(joined, (std::set{f->vertex[i], f->vertex[(i + 1) % 3]}));
+        }
+    });
     (hull.*hull_consistency())();
     (hull.*hull_convexity())();
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -116,36 +124,6 @@ TEST(ConvexHullLists, AreThoseOfTheReference) {
             SCOPED_TRACE(scale);
             expect_like_reference(points);
         }
-    }
-}
-
-TEST(ConvexHullLists, HaveTheFacesThatAllTriplesGive) {
-    std::mt19937 random(7);
-    for (int round = 0; round < 100; ++round) {
-        const HullPoints points = integer_points(random, 5 + round % 10, 1000);
-        const auto hull         = constructed(points);
-        ASSERT_TRUE(hull);
-        std::set<Triple> faces, expected;
-        double sum = 0, expected_sum = 0;
-        for (const Triple& t : supporting_sides(points)) {
-            expected.insert(std::min({t, Triple{t[1], t[2], t[0]}, Triple{t[2], t[0], t[1]}}));
-            expected_sum += volume(points, t, {});
-        }
-        for_each(*hull.*face_list(), [&](const tFaceStructure* f) {
-            Triple t;
-            for (std::size_t i = 0; i < 3; ++i) {
-                t[i]                         = static_cast<std::size_t>(f->vertex[i]->vnum);
-                const tVertexStructure* from = f->vertex[i];
-                const tVertexStructure* to   = f->vertex[(i + 1) % 3];
-                const auto* const ends       = f->edge[i]->endpts;
-                EXPECT_TRUE((ends[0] == from && ends[1] == to) ||
-                            (ends[0] == to && ends[1] == from));
-            }
-            faces.insert(std::min({t, Triple{t[1], t[2], t[0]}, Triple{t[2], t[0], t[1]}}));
-            sum += volume(points, t, {});
-        });
-        EXPECT_EQ(faces, expected);
-        EXPECT_EQ(sum, expected_sum);
     }
 }
 

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <numeric>
 #include <random>
 #include <set>
 #include <string>
@@ -44,6 +45,18 @@ movane::DelaunayCells cells_of(const Points& points) {
     return cells;
 }
 
+// The least value that points give a form.
+template <std::size_t kSize>
+Number least_value(const std::array<Number, kSize>& form, const Points& points) {
+    Number least = INT64_MAX;
+    for (const Point& p : points) {
+        const auto row = reference::lifted<3, kSize>(p);
+        least =
+            std::min(least, std::inner_product(row.begin(), row.end(), form.begin(), Number{0}));
+    }
+    return least;
+}
+
 // Returns the number of cells, which differs between the solutions for points on a common sphere.
 int expect_delaunay(const Points& points) {
     const movane::DelaunayCells result = cells_of(points);
@@ -51,17 +64,14 @@ int expect_delaunay(const Points& points) {
     Number volume = 0, volume_of_hull = 0;
     for (int k = 0; k < result.count; ++k) {
         const movane::DelaunayCell& cell = result.cells[k];
-        std::array<Point, 5> p;
+        std::array<Point, 4> p;
         for (int i = 0; i < 4; ++i) {
             p[i]                    = points[cell.corner[i]];
             is_used[cell.corner[i]] = true;
         }
         EXPECT_GT(six_fold_volume(p[0], p[1], p[2], p[3]), 0);
         volume += six_fold_volume(p[0], p[1], p[2], p[3]);
-        for (const Point& other : points) {
-            p[4] = other;
-            EXPECT_GE(reference::orientation<3>(p), 0) << "inside the sphere of " << k;
-        }
+        EXPECT_EQ(least_value(reference::form_of<3, 5>(p.data()), points), 0) << "sphere of " << k;
         for (int i = 0; i < 4; ++i) {
             const auto& on   = movane::kFaceCorners[i];
             const int beyond = cell.neighbour[i];
@@ -74,10 +84,10 @@ int expect_delaunay(const Points& points) {
                 EXPECT_EQ(shared, face);
                 continue;
             }
-            const Point &a = p[on[0]], &b = p[on[1]], &c = p[on[2]];
-            volume_of_hull -= six_fold_volume(a, b, c, Point{0, 0, 0});
-            for (const Point& other : points)
-                EXPECT_LE(six_fold_volume(a, b, c, other), 0) << "beyond the hull";
+            // Turned, so that what lies on the side of the cell is positive.
+            const Point turned[] = {p[on[0]], p[on[2]], p[on[1]]};
+            volume_of_hull += six_fold_volume(turned[0], turned[1], turned[2], Point{0, 0, 0});
+            EXPECT_EQ(least_value(reference::form_of<3, 4>(turned), points), 0) << "a hull's face";
         }
     }
     EXPECT_EQ(volume, volume_of_hull);

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -45,10 +46,16 @@ TEST(Plane, DistancesAreSquaresAndMeasuresBuiltOnThem) {
     EXPECT_EQ(plane_get_distance_from_point(q.data(), &a, &b, &c), 4.0);
     EXPECT_EQ(plane_get_distance_from_point(q.data(), &a, &b, &flat), 0.0);
     EXPECT_EQ(plane_get_distance_from_point(q.data(), &a, &b, nullptr), -1.0);
-    EXPECT_EQ(line_get_distance_from_point(q.data(), o.data(), x10.data()), 20.0);
+    // The perpendicular's foot is 3 from the start; the formula divides that by the line's length.
+    for (const auto& [length, foot] : {std::pair{1.0, 3.0}, {2.0, 1.5}, {10.0, 0.3}}) {
+        const Point end{length, 0, 0}, abreast{0, 4, 2};
+        const double square = (3 - foot) * (3 - foot) + 20;
+        EXPECT_DOUBLE_EQ(line_get_distance_from_point(q.data(), o.data(), end.data()), square);
+        EXPECT_DOUBLE_EQ(triangle_get_area(o.data(), end.data(), q.data()), length * square * 0.5);
+        EXPECT_EQ(line_get_distance_from_point(abreast.data(), o.data(), end.data()), 20.0);
+    }
     EXPECT_EQ(line_get_distance_from_point(q.data(), o.data(), x_short.data()), 0.0);
     EXPECT_EQ(line_get_distance_from_point(nullptr, o.data(), x10.data()), -1.0);
-    EXPECT_EQ(triangle_get_area(o.data(), x10.data(), q.data()), 10 * 20.0 * 0.5);
     EXPECT_EQ(triangle_get_area(o.data(), x10.data(), nullptr), -1.0);
 }
 

@@ -566,14 +566,15 @@ int TConvexHull::Collinear(const tVertexStructure* a, const tVertexStructure* b,
 
 // --- construction ------------------------------------------------------------------------------
 
-// Two faces, back to back, of three vertices that are not collinear; the first vertex out of their
-// plane becomes the head.
+// Two faces, back to back, of three successive vertices that are not collinear, also across the end
+// of the list; the first vertex out of their plane becomes the head. Of fewer than three vertices,
+// only such as are no numbers are not collinear, and nothing is out of their plane.
 int TConvexHull::DoubleTriangle() {
     tVertexStructure* a = vertices_;
     if (!a || !lists_->make_room(3, 2)) return -1;
-    for (;; a = a->next) {
-        if (a->next->next == vertices_ || a->next == vertices_) return -1;
-        if (!Collinear(a, a->next, a->next->next)) break;
+    while (Collinear(a, a->next, a->next->next)) {
+        a = a->next;
+        if (a == vertices_) return -1;
     }
     tVertexStructure* const b = a->next;
     tVertexStructure* const c = b->next;

@@ -115,8 +115,9 @@ double line_get_distance_from_point(const double* q, const double* s, const doub
     const Point3 from(s), direction = Point3(e) - from, to_point = Point3(q) - from;
     const double length = std::sqrt(dot(direction, direction));
     if (length < kShortestLine) return 0.0;
-    const double along   = dot(to_point, direction) / length;
-    const Point3 foot    = from + direction * along / length;
+    // The foot of the perpendicular would be at t; the measures are defined with this one.
+    const double t       = dot(to_point, direction) / length / length;
+    const Point3 foot    = from + direction * t / length;
     const Point3 missing = Point3(q) - foot;
     return dot(missing, missing);
 }

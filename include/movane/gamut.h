@@ -7,10 +7,10 @@
  *
  * and, for C++ hosts, at the end:
  *
- *   Hull         TConvexHull             the convex hull of points, and whether a colour lies
- * inside Plane        TPlane                  pixels of a planar slice of CIELAB, and back Quadtree
- * TQuadTree               a region of a grid, sampled sparingly Top surface  TTriangularTopSurface
- * the light side of a device's gamut
+ *   Hull         TConvexHull             the convex hull of points, and which colours lie inside
+ *   Plane        TPlane                  pixels of a planar slice of CIELAB, and back
+ *   Quadtree     TQuadTree               a region of a grid, sampled sparingly
+ *   Top surface  TTriangularTopSurface   the light side of a device's gamut
  *
  * Conventions:
  *
@@ -211,12 +211,16 @@ MOVANE_API double plane_get_distance_from_point(const double* q, const volume_po
 MOVANE_API int plane_intersect_line(const volume_plane* plane, const double* s, const double* e,
                                     double* out);
 
-/// @return  the square of the distance of q from the line through s and e, which has no ends; 0.0
-///          when these are less than 0.01 apart; -1.0 for a null argument
+/// Gives the square of the distance of q from a point of the line through s and e: from
+/// s + (e - s) * t / L, where L is the length of e - s and t the position of the foot of the
+/// perpendicular, 0 at s and 1 at e. For lines of length 1, and for points abreast of s, that is
+/// the square of the distance from the line; for others proj_point_line() gives it.
+///
+/// @return  the square; 0.0 when s and e are less than 0.01 apart; -1.0 for a null argument
 MOVANE_API double line_get_distance_from_point(const double* q, const double* s, const double* e);
 
 /// Gives the family's measure of a triangle, which is not its area: half the distance of a and b
-/// times the square of the distance of c from their line.
+/// times line_get_distance_from_point() of c and their line.
 ///
 /// @return  the measure; -1.0 for a null argument
 MOVANE_API double triangle_get_area(const double* a, const double* b, const double* c);
@@ -407,9 +411,8 @@ MOVANE_API int tetra_volume_line_hasintersects(const tetra_volume* v, const doub
 /// coordinates once. Points that were in the list before are not looked at.
 ///
 /// @param list  a list of volume_point
-/// @return      0; -1 for null, for a list of elements of another size, without memory, and when
-/// the
-///              list would hold more than 65535 points; it is unchanged then
+/// @return      0; -1 for null, for a list of elements of another size, without memory, and when it
+///              would hold more than 65535 points; it is unchanged then
 /// @fails       "list_insert : Unable to extend list, insufficient resources"
 MOVANE_API int tetra_volume_get_border_points(const tetra_volume* v, void* list);
 
@@ -499,10 +502,11 @@ MOVANE_C_END
  *
  * A point lies outside a face when the determinant of the face's corners less the point, six times
  * the volume between them, is below -0.5 in the cube of the coordinates' unit. This tolerance is
- * fixed: coordinates must be of the order of CIELAB's, since a hull smaller than the tolerance is
- * flat. Any coordinates are accepted. Points that are not numbers lie outside nothing and are
- * dropped, unless they stand among the first three that are not collinear, which makes
- * Construct() fail.
+ * fixed: a hull smaller than the tolerance is flat, and thousands of points on a surface as wide as
+ * CIELAB lie so close that colours well inside may be found outside. Hosts with so many scale all
+ * coordinates up, by 16 say, those of queries too. Any coordinates are accepted. Points that are
+ * not numbers lie outside nothing and are dropped, unless they stand among the first three that are
+ * not collinear, which makes Construct() fail.
  *
  * Nothing is posted to the error reporter. Any number of threads may ask InsideHull() at once.
  */
@@ -535,7 +539,7 @@ public:
     /// again, it builds anew from the points that were left and those added since.
     ///
     /// @return  0; -1 when all points are coplanar, when any three that were added one after the
-    ///          other are collinear, and without memory
+    ///          other are collinear, the first two following the last, and without memory
     int Construct();
 
     /// @return  1 when the point lies inside the hull or on its surface, within the tolerance, and

@@ -75,19 +75,20 @@ struct Hull {
     bool construct() {
         const std::size_t n = vertices.size();
         std::size_t a       = 0;
-        while (a + 2 < n && are_collinear(*vertices[a], *vertices[a + 1], *vertices[a + 2])) ++a;
-        if (a + 2 >= n) return false;
-        for (std::size_t i = a; i < a + 3; ++i) vertices[i]->is_marked = true;
-        Face* const front = make_face(vertices[a], vertices[a + 1], vertices[a + 2], nullptr);
-        Face* const back  = make_face(vertices[a + 2], vertices[a + 1], vertices[a], front);
+        const auto at       = [&](std::size_t i) { return vertices[i % n]; };
+        while (a < n && are_collinear(*at(a), *at(a + 1), *at(a + 2))) ++a;
+        if (a == n) return false;
+        for (std::size_t i = a; i < a + 3; ++i) at(i)->is_marked = true;
+        Face* const front = make_face(at(a), at(a + 1), at(a + 2), nullptr);
+        Face* const back  = make_face(at(a + 2), at(a + 1), at(a), front);
         for (Edge* e : front->edges) e->faces[1] = back;
         for (Edge* e : back->edges) e->faces[1] = front;
         std::size_t d = (a + 3) % n;
         while (d != a && !(std::fabs(volume(*front, vertices[d]->v)) > 0.5)) d = (d + 1) % n;
         if (d == a) return false;
         for (std::size_t k = 0; k < 3; ++k)
-            inner[k] = vertices[a]->v[k] / 4 + vertices[a + 1]->v[k] / 4 +
-                       vertices[a + 2]->v[k] / 4 + vertices[d]->v[k] / 4;
+            inner[k] =
+                at(a)->v[k] / 4 + at(a + 1)->v[k] / 4 + at(a + 2)->v[k] / 4 + at(d)->v[k] / 4;
         std::rotate(vertices.begin(), vertices.begin() + static_cast<std::ptrdiff_t>(d),
                     vertices.end());
         for (Vertex* v : std::vector(vertices)) {

@@ -1,6 +1,7 @@
 // Signs of determinants of doubles by exact integers, for checking predicates.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -93,21 +94,43 @@ Number determinant(const Matrix<Number, kSize>& m) {
     }
 }
 
+/// A point as (1, x, y, ..., and the sum of the squares), as far as there is room.
+template <std::size_t kDimensions, std::size_t kSize, class Number>
+std::array<Number, kSize> lifted(const std::array<Number, 3>& point) {
+    std::array<Number, kDimensions + 2> row;
+    row.front() = 1;
+    row.back()  = 0;
+    for (std::size_t k = 0; k < kDimensions; ++k) {
+        row[k + 1] = point[k];
+        row.back() = row.back() + point[k] * point[k];
+    }
+    std::array<Number, kSize> result;
+    std::copy_n(row.begin(), kSize, result.begin());
+    return result;
+}
+
+/// How points lie to kSize - 1 given ones, as a linear form of their lifted coordinates: the
+/// determinant in which the point is the last row.
+template <std::size_t kDimensions, std::size_t kSize, class Number>
+std::array<Number, kSize> form_of(const std::array<Number, 3>* given) {
+    Matrix<Number, kSize> rows;
+    for (std::size_t i = 0; i + 1 < kSize; ++i) rows[i] = lifted<kDimensions, kSize>(given[i]);
+    std::array<Number, kSize> form;
+    for (std::size_t k = 0; k < kSize; ++k) {
+        rows.back().fill(0);
+        rows.back()[k] = 1;
+        form[k]        = determinant<Number, kSize>(rows);
+    }
+    return form;
+}
+
 /// The determinant of rows (1, x, y, ...), which tells how the last of kDimensions + 1 points lies
 /// to the others; of one point more, rows end with the sum of the squares: it is below 0 when the
 /// last one lies inside the sphere of positively oriented others.
 template <std::size_t kDimensions, class Number, std::size_t kPoints>
 Number orientation(const std::array<std::array<Number, 3>, kPoints>& points) {
     Matrix<Number, kPoints> rows;
-    for (std::size_t i = 0; i < kPoints; ++i) {
-        Number square = 0;
-        rows[i][0]    = 1;
-        for (std::size_t k = 0; k < kDimensions; ++k) {
-            rows[i][k + 1] = points[i][k];
-            square         = square + points[i][k] * points[i][k];
-        }
-        if (kPoints == kDimensions + 2) rows[i][kPoints - 1] = square;
-    }
+    for (std::size_t i = 0; i < kPoints; ++i) rows[i] = lifted<kDimensions, kPoints>(points[i]);
     return determinant<Number, kPoints>(rows);
 }
 

@@ -127,6 +127,10 @@ inline std::vector<std::tuple<std::string, HullPoints, std::optional<bool>>> awk
     };
     add("every point ten times", true, 500, [&](int i) { return scattered(i % 50); });
     add("no three in a row that differ", false, 500, [&](int i) { return scattered(i / 10); });
+    add("three in a row at the end and twice the beginning", true, 99,
+        [&](int i) { return scattered((i + 1) / 2); });
+    add("three in a row at the end and the beginning", true, 97,
+        [&](int i) { return scattered(i / 2); });
     add("a needle", std::nullopt, 300, [](int i) {
         return HullPoint{i * 1e5, std::sin(i * 7.0) * 1e-3, std::cos(i * 5.0) * 1e-3};
     });
