@@ -109,6 +109,12 @@ TEST(ConvexHullLists, AreThoseOfTheReference) {
     for (const auto& [name, points, is_solid] : awkward_points()) {
         SCOPED_TRACE(name);
         expect_like_reference(points);
+        if (!is_solid) continue;
+        const auto hull = constructed(points);
+        ASSERT_EQ(hull.has_value(), *is_solid);
+        for (const HullPoint& p : points) {
+            EXPECT_TRUE(!hull || hull->InsideHull(p[0], p[1], p[2]));
+        }
     }
     std::mt19937 random(2);
     std::normal_distribution<double> normal;
