@@ -64,6 +64,15 @@ double determinant(const Triangle& t) {
            a[2] * (b[0] * c[1] - b[1] * c[0]);
 }
 
+double square_area(const Triangle& t) {
+    double u[2][3], normal[3];
+    for (std::size_t k = 0; k < 3; ++k)
+        for (std::size_t i = 0; i < 2; ++i) u[i][k] = t[i + 1][k] - t[0][k];
+    for (std::size_t k = 0; k < 3; ++k)
+        normal[k] = u[0][(k + 1) % 3] * u[1][(k + 2) % 3] - u[0][(k + 2) % 3] * u[1][(k + 1) % 3];
+    return normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2];
+}
+
 }  // namespace
 
 GamutHull::GamutHull(std::span<const Colour> colours, const std::string& file) {
@@ -78,10 +87,20 @@ GamutHull::GamutHull(std::span<const Colour> colours, const std::string& file) {
         faces_ = faces_of(*solid_);
         if (!faces_.empty()) batch = corners_of(faces_);
     }
-    const std::vector<Colour> corners = corners_of(faces_);
-    for (const Colour& c : corners) hull_.AddPoint(kScale * c[0], kScale * c[1], kScale * c[2]);
-    if (faces_.empty() || hull_.Construct() != 0)
+    if (faces_.empty())
         throw Failure(file, "has colours in one plane only", "name a device with a gamut");
+    // The first three points make the first face, from which a fourth has to stand out: tints of
+    // one ink, which lie nearly in a line, would not do.
+    const auto add = [this](const Colour& c) {
+        hull_.AddPoint(kScale * c[0], kScale * c[1], kScale * c[2]);
+    };
+    const auto largest = std::max_element(
+        faces_.begin(), faces_.end(),
+        [](const Triangle& a, const Triangle& b) { return square_area(a) < square_area(b); });
+    for (const Colour& corner : *largest) add(corner);
+    for (const Colour& corner : corners_of(faces_))
+        if (std::find(largest->begin(), largest->end(), corner) == largest->end()) add(corner);
+    if (hull_.Construct() != 0) throw Failure(file, "has too flat a gamut", "name another device");
     for (const Triangle& face : faces_) volume_ += determinant(face) / 6;
 }
 

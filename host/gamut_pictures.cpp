@@ -9,13 +9,15 @@ namespace host {
 namespace {
 
 // Pixels.
-constexpr double kLeft = 64, kTop = 58, kRight = 24, kBottom = 92;
+constexpr double kLeft = 64, kTop = 58, kRight = 24, kBottom = 16;
 constexpr double kFrame = 700, kPanel = 430, kPanelGap = 74;
-constexpr double kLabelAway = 12;
+constexpr double kLabelAway = 12, kLegendBelow = 58;
 
 // Units of CIELAB.
-constexpr double kMargin = 6, kWidest = 160, kDarkest = 0, kLightest = 105;
+constexpr double kMargin = 8, kNameRoom = 24, kDarkest = 0, kLightest = 105;
 constexpr double kNear = 2;  // of a plane, where patches are shown with it
+
+constexpr double kEdgeShown = 1.4;  // how far the umbrella's edge may widen a picture
 
 constexpr int kPlanes    = 6;   // of the hues
 constexpr int kRampSteps = 40;  // of a curve of tints
@@ -28,10 +30,12 @@ struct Style {
 };
 constexpr Style kFirst = {0x1a1a1a, 0x1f6fb2, false}, kSecond = {0x8e2a8e, 0xd2691e, true};
 
-Colour colour_with(int axis, double height, double first, double second) {
-    if (axis == 0) return {height, first, second};
-    if (axis == 1) return {first, height, second};
-    return {first, second, height};
+Colour edge_colour(const GamutShape& shape, const Edge& edge) {
+    const double first  = edge.chroma * std::cos(edge.hue * kDegree);
+    const double second = edge.chroma * std::sin(edge.hue * kDegree);
+    if (shape.axis() == 0) return {edge.height, first, second};
+    if (shape.axis() == 1) return {first, edge.height, second};
+    return {first, second, edge.height};
 }
 
 Layer hull_layer(const char* name, const Style& style) {
@@ -46,9 +50,9 @@ std::string text_of(const Shown& shown, const char* curve, const GamutShape& sha
     return shown.other ? std::string(curve) + " of " + shape.name() : curve;
 }
 
-Picture sheet(double width, double height, const std::string& title) {
-    Picture picture{
-        static_cast<int>(std::lround(width)), static_cast<int>(std::lround(height)), {}};
+// Its height is told by the legend, which comes last.
+Picture sheet(double right, const std::string& title) {
+    Picture picture{static_cast<int>(std::lround(right + kRight)), 0, {}};
     Layer layer{.name = "title", .colour = 0x222222};
     layer.labels.push_back({{kLeft, 24}, 0, title});
     picture.layers.push_back(std::move(layer));
@@ -63,6 +67,14 @@ std::string title_of(const Shown& shown, const std::string& what) {
 
 void append(Picture& picture, std::vector<Layer> layers) {
     for (Layer& layer : layers) picture.layers.push_back(std::move(layer));
+}
+
+// Below everything; it makes the picture as high as needed.
+void append_legend(Picture& picture, const std::vector<LegendEntry>& entries, Point at,
+                   double right) {
+    Legend legend  = draw_legend(entries, at, right);
+    picture.height = static_cast<int>(std::lround(legend.bottom + kBottom));
+    append(picture, std::move(legend.layers));
 }
 
 // --- from above ----------------------------------------------------------------------------------
@@ -157,9 +169,7 @@ std::vector<std::vector<Point>> edge_lines(const GamutShape& shape, const Plot& 
     for (const Edge& edge : shape.edge()) {
         if (edge.hue - before > GamutShape::kHueStep) lines.emplace_back();
         before = edge.hue;
-        lines.back().push_back(plot.at(colour_with(shape.axis(), edge.height,
-                                                   edge.chroma * std::cos(edge.hue * kDegree),
-                                                   edge.chroma * std::sin(edge.hue * kDegree))));
+        lines.back().push_back(plot.at(edge_colour(shape, edge)));
     }
     if (lines.size() == 1 && shape.edge().size() == 360 / GamutShape::kHueStep)
         lines[0].push_back(lines[0][0]);
@@ -179,7 +189,7 @@ SectionLayers make_layers() {
             hull_layer("other convex hull", kSecond),
             surface_layer("other top surface", kSecond),
             {.name = "umbrella edge", .colour = 0x00805a, .dot_radius = 4, .has_halo = true},
-            {.name = "measured", .colour = 0x333333, .dot_radius = 1.8}};
+            {.name = "measured", .colour = 0x333333, .dot_radius = 1.8, .has_halo = true}};
 }
 
 std::vector<Triangle> triangles_of(const GamutShape& shape) {
@@ -215,16 +225,16 @@ void draw_plane(const Shown& shown, const Plot& plot, SectionLayers& layers) {
         layers.other_hull.lines.push_back(hull_outline(*shown.other, plot));
         extend(layers.other_surface.lines, surface(*shown.other));
     }
+    const auto dot = [&](Layer& layer, const Colour& colour) {
+        if (const Point at = plot.at(colour); plot.shows(at)) layer.dots.push_back(at);
+    };
     if (plot.section().type == plane_type_hue && shown.shape.axis() == 0)
         for (const Edge& edge : shown.shape.edge())
             if (std::fmod(edge.hue, 180) == std::fmod(plot.section().value, 180))
-                layers.edge.dots.push_back(
-                    plot.at({edge.height, edge.chroma * std::cos(edge.hue * kDegree),
-                             edge.chroma * std::sin(edge.hue * kDegree)}));
+                dot(layers.edge, edge_colour(shown.shape, edge));
     if (shown.measured)
         for (const Patch& patch : shown.measured->patches)
-            if (std::fabs(plot.section().side(patch.lab)) <= kNear)
-                layers.measured.dots.push_back(plot.at(patch.lab));
+            if (std::fabs(plot.section().side(patch.lab)) <= kNear) dot(layers.measured, patch.lab);
 }
 
 // Those that hold anything, with their names.
@@ -242,10 +252,9 @@ void append(Picture& picture, const Shown& shown, SectionLayers layers, Point le
     }
     name(layers.edge, "umbrella edge, a tenth beyond the top surface");
     name(layers.measured, "measured, within 2 units of the plane");
-    std::vector<Layer> names = legend(entries, legend_at, right);
     append(picture, {layers.measured, layers.hull, layers.other_hull, layers.surface,
                      layers.other_surface, layers.edge});
-    append(picture, std::move(names));
+    append_legend(picture, entries, legend_at, right);
 }
 
 }  // namespace
@@ -259,10 +268,11 @@ Range Shown::range_of(PlaneType type) const {
                 widest = std::max(widest, type == plane_type_hue
                                               ? std::hypot(c[1], c[2])
                                               : std::max(std::fabs(c[1]), std::fabs(c[2])));
-        if (gamut->axis() != 0) continue;
-        for (const Edge& edge : gamut->edge()) widest = std::max(widest, edge.chroma);
     }
-    widest = std::min(widest + kMargin, kWidest);
+    double farthest = 0;
+    if (shape.axis() == 0)
+        for (const Edge& edge : shape.edge()) farthest = std::max(farthest, edge.chroma);
+    widest = std::max(widest, std::min(farthest, kEdgeShown * widest)) + kMargin;
     if (type == plane_type_lightness) return {-widest, widest, -widest, widest};
     return {-widest, widest, kDarkest, kLightest};
 }
@@ -270,7 +280,11 @@ Range Shown::range_of(PlaneType type) const {
 Picture draw_top(const Shown& shown) {
     const GamutShape& shape = shown.shape;
     const auto type         = static_cast<PlaneType>(shape.axis());  // numbered alike
-    const Range range       = shown.range_of(type);
+    Range range             = shown.range_of(type);
+    if (type != plane_type_lightness) {  // no umbrella's edge makes room for names
+        range.x_least -= kNameRoom;
+        range.x_most += kNameRoom;
+    }
     const Plot plot({type, 0}, range, kLeft, kTop, kFrame / (range.x_most - range.x_least));
 
     Layer pieces{.name = "pieces", .colour = 0};
@@ -308,11 +322,10 @@ Picture draw_top(const Shown& shown) {
         entries.push_back({&other_rim, text_of(shown, "top surface", *shown.other)});
         entries.push_back({&other_hull, text_of(shown, "convex hull", *shown.other)});
     }
-    Picture picture = sheet(kLeft + kFrame + kRight, plot.bottom() + kBottom,
-                            title_of(shown, "the light side, seen from above"));
+    Picture picture = sheet(plot.right(), title_of(shown, "the light side, seen from above"));
     append(picture, {plot.grid(), pieces, plot.axes("")});
     append(picture, {tints, hull, edge, rim, other_hull, other_rim, names});
-    append(picture, legend(entries, {kLeft, plot.bottom() + 58}, plot.right()));
+    append_legend(picture, entries, {kLeft, plot.bottom() + kLegendBelow}, plot.right());
     return picture;
 }
 
@@ -332,7 +345,7 @@ Picture draw_hues(const Shown& shown) {
     }
     const double right = kLeft + 2 * kPanel + kPanelGap;
     const double below = kTop + kPlanes / 2 * (high + kPanelGap);
-    Picture picture = sheet(right + kRight, below + 34, title_of(shown, "planes of constant hue"));
+    Picture picture    = sheet(right, title_of(shown, "planes of constant hue"));
     append(picture, std::move(grids));
     picture.layers.push_back(layers.fill);
     append(picture, std::move(axes));
@@ -345,10 +358,9 @@ Picture draw_section(const Shown& shown, Section section) {
     const Plot plot(section, range, kLeft, kTop, kFrame / (range.x_most - range.x_least));
     SectionLayers layers = make_layers();
     draw_plane(shown, plot, layers);
-    Picture picture =
-        sheet(kLeft + kFrame + kRight, plot.bottom() + kBottom, title_of(shown, "section"));
+    Picture picture = sheet(plot.right(), title_of(shown, "section"));
     append(picture, {plot.grid(), layers.fill, plot.axes(section.title())});
-    append(picture, shown, std::move(layers), {kLeft, plot.bottom() + 58}, plot.right());
+    append(picture, shown, std::move(layers), {kLeft, plot.bottom() + kLegendBelow}, plot.right());
     return picture;
 }
 

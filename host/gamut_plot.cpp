@@ -10,7 +10,7 @@ namespace host {
 namespace {
 
 constexpr double kFine    = 10;  // positions of the plane per pixel: it rounds to whole ones
-constexpr double kCell    = 2;   // of the colours that fill an outline, in units of CIELAB
+constexpr double kCell    = 6;   // pixels, of the colours that fill an outline
 constexpr double kTickGap = 6, kTextHeight = 14;
 constexpr double kLetter = 6.6;  // mean width of a letter
 constexpr double kSample = 26, kSampleGap = 6, kEntryGap = 22, kLegendLine = 18;
@@ -108,6 +108,35 @@ Colour Plot::colour_at(double x, double y) const {
     return colour;
 }
 
+std::vector<std::vector<Point>> Plot::clipped(const std::vector<std::vector<Point>>& lines) const {
+    std::vector<std::vector<Point>> kept;
+    for (const std::vector<Point>& line : lines) {
+        bool is_joined = false;  // to the line that is being kept
+        for (std::size_t i = 0; i + 1 < line.size(); ++i) {
+            const Point p = line[i], q = line[i + 1];
+            double from = 0, to = 1;                            // of the way from p to q
+            const auto limit = [&](double start, double end) {  // at least 0
+                const double part = start == end ? 0 : part_of(start, end);
+                if (start < 0 && end < 0) to = -1;
+                if (start < 0 && end >= 0) from = std::max(from, part);
+                if (start >= 0 && end < 0) to = std::min(to, part);
+            };
+            limit(p.x - left(), q.x - left());
+            limit(right() - p.x, right() - q.x);
+            limit(p.y - top(), q.y - top());
+            limit(bottom() - p.y, bottom() - q.y);
+            if (from >= to) {
+                is_joined = false;
+                continue;
+            }
+            if (!is_joined || from > 0) kept.push_back({between(p, q, from)});
+            kept.back().push_back(between(p, q, to));
+            is_joined = to == 1;
+        }
+    }
+    return kept;
+}
+
 // Segments become lines by their common ends; a crossing of more than two starts anew.
 std::vector<std::vector<Point>> Plot::chained(const std::vector<Segment>& segments) const {
     using Key      = std::pair<long long, long long>;
@@ -168,12 +197,12 @@ std::vector<Point> Plot::outline(std::vector<Point> points) {
 
 std::vector<Face> Plot::filled(const std::vector<Point>& ring) const {
     if (ring.size() < 4) return {};
-    const double step = kCell * width_ / (range_.x_most - range_.x_least);
     std::vector<Face> faces;
     std::vector<Colour> colours;
-    for (double y = top_; y < bottom(); y += step) {
-        for (double x = left_; x < right(); x += step) {
-            const double x_end = std::min(x + step, right()), y_end = std::min(y + step, bottom());
+    for (double y = top_; y < bottom(); y += kCell) {
+        for (double x = left_; x < right(); x += kCell) {
+            const double x_end      = std::min(x + kCell, right()),
+                         y_end      = std::min(y + kCell, bottom());
             std::vector<Point> cell = {{x, y}, {x_end, y}, {x_end, y_end}, {x, y_end}};
             for (std::size_t i = 0; i + 1 < ring.size() && !cell.empty(); ++i)
                 cell = left_of(cell, ring[i], ring[i + 1]);
@@ -236,7 +265,7 @@ Layer Plot::axes(const std::string& title) const {
     return layer;
 }
 
-std::vector<Layer> legend(const std::vector<LegendEntry>& entries, Point at, double right) {
+Legend draw_legend(const std::vector<LegendEntry>& entries, Point at, double right) {
     std::vector<Layer> layers;
     const double left = at.x;
     for (const auto& [shown, text] : entries) {
@@ -258,7 +287,7 @@ std::vector<Layer> legend(const std::vector<LegendEntry>& entries, Point at, dou
         layers.push_back(std::move(name));
         at.x += width + kEntryGap;
     }
-    return layers;
+    return {std::move(layers), at.y};
 }
 
 }  // namespace host

@@ -50,6 +50,14 @@ public:
     /// A colour that lies on the plane.
     Colour colour_at(double x, double y) const;
 
+    /// What of lines lies within the frame.
+    std::vector<std::vector<Point>> clipped(const std::vector<std::vector<Point>>& lines) const;
+
+    bool shows(Point at) const {
+        return at.x >= left() && at.x <= right() && at.y >= top() && at.y <= bottom();
+    }
+
+    /// Joins segments to lines.
     std::vector<std::vector<Point>> chained(const std::vector<Segment>& segments) const;
 
     /// The convex outline of points on the picture, closed.
@@ -77,7 +85,12 @@ struct LegendEntry {
     std::string text;
 };
 
+struct Legend {
+    std::vector<Layer> layers;
+    double bottom;
+};
+
 /// Names layers, from a place on to the right, in as many lines as needed.
-std::vector<Layer> legend(const std::vector<LegendEntry>& entries, Point at, double right);
+Legend draw_legend(const std::vector<LegendEntry>& entries, Point at, double right);
 
 }  // namespace host

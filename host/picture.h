@@ -27,7 +27,7 @@ struct Layer {
     unsigned colour;  // 0xRRGGBB of lines, dots and text
     double line_width = 1, dot_radius = 0;
     bool is_dashed = false;
-    bool has_halo  = false;  // a white rim around texts and dots, to be seen on any colour
+    bool has_halo  = false;  // a white rim around texts and dots, seen on any colour
 
     std::vector<Face> faces = {};  // below the lines
 
@@ -45,6 +45,11 @@ struct Picture {
 constexpr double kFontSize   = 12;
 constexpr double kDashLength = 4;
 constexpr double kHaloWidth  = 3;
+
+/// Of a rim; half of it is visible.
+inline double halo_of_dots(const Layer& layer) {
+    return layer.dot_radius < kHaloWidth ? layer.dot_radius : kHaloWidth;
+}
 
 /// The picture as the text of an SVG file.
 std::string to_svg(const Picture& picture);

@@ -69,7 +69,7 @@ void draw_layer(cairo_t* c, const Layer& layer) {
         cairo_curve_to(c, p[1].x, p[1].y, p[2].x, p[2].y, p[3].x, p[3].y);
         cairo_stroke(c);
     }
-    cairo_set_line_width(c, kHaloWidth);
+    cairo_set_line_width(c, halo_of_dots(layer));
     cairo_set_dash(c, nullptr, 0, 0);
     cairo_set_line_join(c, CAIRO_LINE_JOIN_ROUND);
     for (const Point p : layer.dots) {
@@ -77,6 +77,7 @@ void draw_layer(cairo_t* c, const Layer& layer) {
         cairo_arc(c, p.x, p.y, layer.dot_radius, 0, 2 * std::numbers::pi);
         fill(c, layer);
     }
+    cairo_set_line_width(c, kHaloWidth);
     for (const Label& label : layer.labels) {
         draw_label(c, label);
         fill(c, layer);

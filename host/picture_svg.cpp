@@ -73,8 +73,11 @@ void append_layer(std::string& svg, const Layer& layer) {
     if (layer.has_halo)
         append(svg, " stroke=\"#ffffff\" stroke-width=\"%g\" paint-order=\"stroke\"", kHaloWidth);
     svg += ">\n";
-    for (const Point p : layer.dots)
-        append(svg, "<circle cx=\"%.6g\" cy=\"%.6g\" r=\"%g\"/>\n", p.x, p.y, layer.dot_radius);
+    for (const Point p : layer.dots) {
+        append(svg, "<circle cx=\"%.6g\" cy=\"%.6g\" r=\"%g\"", p.x, p.y, layer.dot_radius);
+        if (layer.has_halo) append(svg, " stroke-width=\"%g\"", halo_of_dots(layer));
+        svg += "/>\n";
+    }
     for (const Label& label : layer.labels) {
         const char* const anchor = label.align == 0 ? "start" : label.align == 1 ? "end" : "middle";
         append(svg, "<text x=\"%.6g\" y=\"%.6g\" text-anchor=\"%s\">", label.at.x, label.at.y,
