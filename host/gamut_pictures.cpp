@@ -308,7 +308,7 @@ Picture draw_top(const Shown& shown) {
     add_rim(rim, shape, plot);
     hull.lines.push_back(outline_of(shape, plot));
     Layer edge{.name = "umbrella edge", .colour = 0x00805a, .line_width = 1.4, .is_dashed = true};
-    edge.lines       = edge_lines(shape, plot);
+    edge.lines       = plot.clipped(edge_lines(shape, plot));
     Layer other_rim  = surface_layer("other top surface", kSecond);
     Layer other_hull = hull_layer("other convex hull", kSecond);
 

@@ -77,6 +77,7 @@ public:
         read_head();
         find_columns();
         read_rows();
+        check_inks();
         make_relative();
         return std::move(file_);
     }
@@ -168,6 +169,13 @@ private:
         for (std::size_t i = 0; i < 3; ++i)
             patch.lab[i] = number(row[colour_[i]], -kLargestLight, kLargestLight);
         file_.patches.push_back(patch);
+    }
+
+    void check_inks() const {
+        for (std::size_t c = 0; c < file_.inks.size(); ++c)
+            if (std::none_of(file_.patches.begin(), file_.patches.end(),
+                             [c](const Patch& patch) { return patch.device[c] < 1 - kPaperSlop; }))
+                refuse("has no patch with " + file_.inks[c]);
     }
 
     cmsCIEXYZ light_of(const Colour& c) const {
