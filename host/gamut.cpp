@@ -27,7 +27,8 @@ struct Options {
     bool has_coverage = false;
 };
 
-constexpr double kChromaLimit = 128;
+constexpr double kChromaLimit       = 128;
+constexpr std::size_t kMostSections = 20;
 
 Section parse_section(const std::string& text) {
     constexpr std::pair<const char*, PlaneType> kTypes[] = {{"L=", plane_type_lightness},
@@ -53,6 +54,8 @@ Section parse_section(const std::string& text) {
 }
 
 std::vector<Section> parse_sections(const std::vector<std::string>& words) {
+    if (words.size() > kMostSections)
+        throw UsageError("--section: at most 20 can be drawn at once");
     std::vector<Section> sections;
     for (const std::string& word : words) {
         const Section section = parse_section(word);

@@ -195,22 +195,22 @@ TEST_F(Gamut, DrawsWhatOtherReadersAccept) {
     EXPECT_NE(shop.read("out.wrl").find("IndexedFaceSet"), std::string::npos);
     EXPECT_NE(shop.read("out.m").find("plot("), std::string::npos);
 
-    // Yellow is above, magenta on the right, white paper in the middle.
+    // Yellow is above, blue below the paper in the middle.
     const Image picture = read_rgb_png(shop.path("out-top.png"));
-    int yellow = 0, magenta = 0;
+    int yellow = 0, blue = 0;
     for (int y = 60; y < 750; ++y) {
         for (int x = 70; x < 760; ++x) {
             const std::uint8_t* const rgb = picture.at(x, y);
             const bool is_yellow          = rgb[0] > 200 && rgb[1] > 200 && rgb[2] < 90;
-            const bool is_red             = rgb[0] > 150 && rgb[1] < 90 && rgb[2] > 60;
+            const bool is_blue            = rgb[0] < 60 && rgb[1] < 160 && rgb[2] > 200;
             yellow += is_yellow;
-            magenta += is_red;
+            blue += is_blue;
             EXPECT_FALSE(is_yellow && y > 405) << x << ' ' << y;
-            EXPECT_FALSE(is_red && x < 415) << x << ' ' << y;
+            EXPECT_FALSE(is_blue && y < 405) << x << ' ' << y;
         }
     }
     EXPECT_GT(yellow, 1000);
-    EXPECT_GT(magenta, 1000);
+    EXPECT_GT(blue, 1000);
 
     const std::string svg = shop.read("out-LC.svg"), png = shop.read("out-top.png");
     figures(kArguments);
@@ -234,7 +234,7 @@ TEST_F(Gamut, DamagedChartsAreRefused) {
         {without(chart(white), "CMY_M"), "has no columns of CMYK, CMY or RGB"},
         {without(chart(white), "LAB_A"), "has no columns of LAB or XYZ"},
         {kHead + "BEGIN_DATA\n" + grid(), "ends before its data do"},
-        {chart(grid() + "1 0 0 0 5"), "ends within a patch"},
+        {chart(grid() + "1 0 0 0 5\n"), "line 36 ends within a patch"},
         {chart(grid() + "1 0 0 0 x 0 0\n"), "line 35 holds a value that is none"},
         {chart("1 0 0 101 50 0 0\n"), "line 8 holds a value"},
         {chart("1 0 0 0 nan 0 0\n"), "line 8 holds a value"},
@@ -261,6 +261,8 @@ TEST_F(Gamut, DamagedChartsAreRefused) {
 }
 
 TEST_F(Gamut, ErrorsNameTheOptionOrTheFile) {
+    std::string many;
+    for (int i = 0; i < 21; ++i) many += " --section L=" + std::to_string(i);
     shop.write("lab.icc", lab_profile());
     shop.write("cut.icc", press_profile().substr(0, 3000));
     shop.write("out-top.svg", chart(grid()));
@@ -272,6 +274,7 @@ TEST_F(Gamut, ErrorsNameTheOptionOrTheFile) {
             {"press.icc -o out --section hue=x", 2, "hue=x is not"},
             {"press.icc -o out --section C=3", 2, "C=3 is not"},
             {"press.icc -o out --section hue=0 --section hue=360", 2, "is asked for twice"},
+            {"press.icc -o out" + many, 2, "--section: at most 20"},
             {"press.icc -o out --axis C", 2, "--axis"},
             {"press.icc -o out --steps 1", 2, "--steps"},
             {"out-top.svg -o out", 2, "out-top.svg: would overwrite out-top.svg"},
