@@ -2,7 +2,7 @@
 
 #include <movane/foundation.h>
 
-#include "failure.h"
+#include "stage.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -61,14 +61,18 @@ public:
     struct Device {
         const ForwardModel* model;
         Colour offset;  // of the paper, in the chromatic plane
+        CallbackGuard guard = {};
     };
 
-    Surface(Device* device, const std::vector<const double*>& samples,
+    Surface(std::unique_ptr<Device> device, const std::vector<const double*>& samples,
             const std::vector<int>& counts, int lightness)
         : TTriangularTopSurface(static_cast<int>(samples.size()),
-                                const_cast<const double**>(samples.data()), counts.data(), device,
-                                lightness, colour_of, kTablePoints, kTablePoints),
-          device_(device) {}
+                                const_cast<const double**>(samples.data()), counts.data(),
+                                device.get(), lightness, colour_of, kTablePoints, kTablePoints),
+          device_(std::move(device)) {}
+
+    /// Throws what a call of the device has thrown.
+    void rethrow() { device_->guard.rethrow(); }
 
     TList& sorted_primaries() { return *sortedPrimaries; }
     bool has_span() { return DetermineVTMax() == 0 && DeterminePosPhiMinPosDeltaPhi() == 0; }
@@ -87,9 +91,11 @@ public:
 
 private:
     static int colour_of(void* user, const double* device, double* colour) {
-        const auto& [model, offset] = *static_cast<Device*>(user);
-        const Colour lab            = model->colour_of(device);
-        for (std::size_t i = 0; i < 3; ++i) colour[i] = lab[i] - offset[i];
+        auto& [model, offset, guard] = *static_cast<Device*>(user);
+        guard.run([&, &model = model, &offset = offset] {
+            const Colour lab = model->colour_of(device);
+            for (std::size_t i = 0; i < 3; ++i) colour[i] = lab[i] - offset[i];
+        });
         return 0;
     }
 
@@ -102,13 +108,14 @@ GamutShape::GamutShape(const std::string& path, int axis, int steps)
     const std::size_t inks = model_->inks.size();
     paper_                 = model_->colour_of(std::vector<double>(inks, 1.0).data());
 
-    const std::vector<double> samples              = even_samples(steps);
-    auto* const device                             = new Surface::Device{model_.get(), paper_};
+    const std::vector<double> samples = even_samples(steps);
+    auto device                       = std::make_unique<Surface::Device>(model_.get(), paper_);
     device->offset[static_cast<std::size_t>(axis)] = 0;
-    surface_ = std::make_unique<Surface>(device, std::vector(inks, samples.data()),
+    surface_ = std::make_unique<Surface>(std::move(device), std::vector(inks, samples.data()),
                                          std::vector(inks, steps), axis);
     take_surface();
     take_combinations();
+    surface_->rethrow();
     take_hull(steps);
 }
 

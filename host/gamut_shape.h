@@ -37,6 +37,7 @@ public:
     /// @param axis   which coordinate is the height: 0 L*, 1 a*, 2 b*
     /// @param steps  samples of each ink, 2 at least
     GamutShape(const std::string& path, int axis, int steps);
+    ~GamutShape();
 
     const ForwardModel& model() const { return *model_; }
     std::string name() const;  // of the file, without directories and what cannot be shown
@@ -53,8 +54,8 @@ public:
     const GamutHull& hull() const { return *hull_; }
     std::size_t samples() const { return samples_; }  // of which the hull is made
 
-    /// The lightest height of the surface's rim at a hue is where the outermost triangle ends:
-    /// its chroma and height; false for a hue that the surface does not reach.
+    /// Gives the chroma and the height where the surface ends at a hue, in degrees; false when it
+    /// does not reach that hue.
     bool reach(double hue, double& chroma, double& height) const;
 
     /// Writes the library's plotting script of the surface; false when that cannot be done.
@@ -79,9 +80,6 @@ private:
     std::string message_;
     std::unique_ptr<GamutHull> hull_;
     std::size_t samples_ = 0;
-
-public:
-    ~GamutShape();
 };
 
 }  // namespace host
