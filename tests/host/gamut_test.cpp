@@ -163,11 +163,11 @@ TEST_F(Gamut, TakesEveryAxisAndKindOfDevice) {
         SCOPED_TRACE(arguments);
         const json told = figures(std::string(arguments) + " -o out --coverage");
         EXPECT_GT(told["hull"]["volume"], 100'000);
-        for (const json& file : told["files"])
+        for (const json& file : told["files"]) {
+            if (file == "out-top.png") continue;  // any letters may be in it
             for (const char* const none : {"nan", "inf"})
-                EXPECT_EQ(shop.read(file).find(none),
-                          file == "out-top.png" ? shop.read(file).find(none) : std::string::npos)
-                    << file;
+                EXPECT_EQ(shop.read(file).find(none), std::string::npos) << file;
+        }
     }
 }
 
@@ -182,8 +182,8 @@ TEST_F(Gamut, DrawsWhatOtherReadersAccept) {
     for (const char* const name :
          {"out-top.svg", "out-LC.svg", "out-section-L50.svg", "out-section-hue30.svg"}) {
         SCOPED_TRACE(name);
-        const Result parsed = shop.run("python3 -c \"import xml.dom.minidom as m; m.parse('" +
-                                       std::string(name) + "')\"");
+        const Result parsed = shop.run(
+            std::string("python3 -c \"import xml.dom.minidom as m; m.parse('") + name + "')\"");
         EXPECT_EQ(parsed.exit_code, 0) << parsed.err;
         const std::string svg = shop.read(name);
         for (const char* const text : {">top surface<", ">convex hull<", "fill=\"#"})
@@ -262,7 +262,7 @@ TEST_F(Gamut, DamagedChartsAreRefused) {
 
 TEST_F(Gamut, ErrorsNameTheOptionOrTheFile) {
     std::string many;
-    for (int i = 0; i < 21; ++i) many += " --section L=" + std::to_string(i);
+    for (int i = 0; i < 21; ++i) many.append(" --section L=").append(std::to_string(i));
     shop.write("lab.icc", lab_profile());
     shop.write("cut.icc", press_profile().substr(0, 3000));
     shop.write("out-top.svg", chart(grid()));
