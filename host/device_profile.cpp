@@ -123,6 +123,19 @@ Profile read_device_profile(const std::string& path) {
     return profile;
 }
 
+Profile read_gamut_profile(const std::string& path) {
+    constexpr char kGamutRemedy[] = "name a profile of a CMYK, CMY or RGB device";
+    Profile profile               = open_profile(read_input(path, kMaxProfileBytes), path);
+    if (!profile.handle) throw Failure(path, "is not an intact ICC profile", kGamutRemedy);
+    const cmsColorSpaceSignature space  = cmsGetColorSpace(profile.handle.get());
+    const cmsProfileClassSignature kind = cmsGetDeviceClass(profile.handle.get());
+    const bool is_device                = kind == cmsSigOutputClass || kind == cmsSigDisplayClass ||
+                           kind == cmsSigInputClass || kind == cmsSigColorSpaceClass;
+    if (!is_device || (space != cmsSigCmykData && space != cmsSigCmyData && space != cmsSigRgbData))
+        throw Failure(path, "is " + kind_of(profile.handle.get()), kGamutRemedy);
+    return profile;
+}
+
 Profile find_device_profile() {
     for (const fs::path& directory : profile_directories()) {
         for (const fs::path& candidate : candidates_in(directory)) {
@@ -152,7 +165,8 @@ Profile srgb_profile() { return built_in(cmsCreate_sRGBProfile(), "sRGB"); }
 Profile lab_profile() { return built_in(cmsCreateLab4Profile(nullptr), "Lab"); }
 
 Transform::Transform(const Profile& from, cmsUInt32Number from_format, const Profile& to,
-                     cmsUInt32Number to_format, Intent intent, bool has_black_point_compensation)
+                     cmsUInt32Number to_format, Intent intent, bool has_black_point_compensation,
+                     const char* remedy)
     : handle_(
           create_transform(from, from_format, to, to_format, intent,
                            has_black_point_compensation ? cmsFLAGS_BLACKPOINTCOMPENSATION : 0)) {
@@ -160,7 +174,7 @@ Transform::Transform(const Profile& from, cmsUInt32Number from_format, const Pro
     const Profile& device = from.file.empty() ? to : from;
     throw Failure(device.file,
                   "has no usable tables for the " + std::string(name_of(intent)) + " intent",
-                  kRemedy);
+                  remedy ? remedy : kRemedy);
 }
 
 }  // namespace host

@@ -31,6 +31,9 @@ struct Profile {
 /// Reads a CMYK output profile.
 Profile read_device_profile(const std::string& path);
 
+/// Reads a profile of a device with CMYK, CMY or RGB.
+Profile read_gamut_profile(const std::string& path);
+
 /// The first CMYK output profile among those installed on the system: in the user's data
 /// directories, then in the system's (XDG_DATA_HOME, XDG_DATA_DIRS), below color/icc.
 Profile find_device_profile();
@@ -47,8 +50,11 @@ public:
     /// Throws Failure when the profiles cannot be joined.
     ///
     /// @param from_format,to_format  pixel formats of lcms
+    /// @param remedy                 what the user is to do then; by default to name another
+    ///                               profile with -p
     Transform(const Profile& from, cmsUInt32Number from_format, const Profile& to,
-              cmsUInt32Number to_format, Intent intent, bool has_black_point_compensation);
+              cmsUInt32Number to_format, Intent intent, bool has_black_point_compensation,
+              const char* remedy = nullptr);
 
     void operator()(const void* in, void* out, std::size_t pixels) const {
         cmsDoTransform(handle_.get(), in, out, static_cast<cmsUInt32Number>(pixels));

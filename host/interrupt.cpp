@@ -13,10 +13,11 @@
 namespace host {
 namespace {
 
-constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array kSignals          = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::size_t kMostTemporaries = 32;  // a gamut has the most files: 25
 
 // process-wide: names of the files to remove, "" for a free place; written with signals held.
-std::array<std::array<char, PATH_MAX>, 8> temporaries;
+std::array<std::array<char, PATH_MAX>, kMostTemporaries> temporaries;
 
 // process-wide: set before the handler is installed.
 bool is_terminal;

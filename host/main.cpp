@@ -28,6 +28,7 @@ constexpr Subcommand kSubcommands[] = {
     {"separate", "turns an RGB photo into inks for a press", add_separate},
     {"pick", "follows one pixel of a photo to its inks", add_pick},
     {"curve", "fits a Bezier curve to measured points and draws it", add_curve},
+    {"gamut", "shows which colours a press can print", add_gamut},
     {"pack", "puts files into an archive", add_pack},
     {"unpack", "takes the files out of an archive", add_unpack},
     {"list", "tells what is in an archive", add_list},

@@ -15,12 +15,21 @@ struct Label {
     std::string text;
 };
 
+/// A filled polygon. Its border is not smoothed, so that neighbours meet without a seam.
+struct Face {
+    std::vector<Point> corners;
+    unsigned colour;  // 0xRRGGBB
+};
+
 /// What is drawn alike; coordinates are pixels, y pointing down.
 struct Layer {
-    const char* name;
+    std::string name;
     unsigned colour;  // 0xRRGGBB of lines, dots and text
     double line_width = 1, dot_radius = 0;
     bool is_dashed = false;
+    bool has_halo  = false;  // a white rim around texts and dots, seen on any colour
+
+    std::vector<Face> faces = {};  // below the lines
 
     std::vector<std::vector<Point>> lines = {};
     std::vector<ControlPoints> cubics     = {};
@@ -35,6 +44,12 @@ struct Picture {
 
 constexpr double kFontSize   = 12;
 constexpr double kDashLength = 4;
+constexpr double kHaloWidth  = 3;
+
+/// Of a rim; half of it is visible.
+inline double halo_of_dots(const Layer& layer) {
+    return layer.dot_radius < kHaloWidth ? layer.dot_radius : kHaloWidth;
+}
 
 /// The picture as the text of an SVG file.
 std::string to_svg(const Picture& picture);

@@ -30,10 +30,32 @@ void draw_label(cairo_t* c, const Label& label) {
     cairo_text_extents_t extents;
     cairo_text_extents(c, label.text.c_str(), &extents);
     cairo_move_to(c, label.at.x - label.align * extents.x_advance, label.at.y);
-    cairo_show_text(c, label.text.c_str());
+    cairo_text_path(c, label.text.c_str());
+}
+
+void draw_faces(cairo_t* c, const Layer& layer) {
+    cairo_set_antialias(c, CAIRO_ANTIALIAS_NONE);
+    for (const Face& face : layer.faces) {
+        set_colour(c, face.colour);
+        cairo_new_path(c);
+        for (const Point p : face.corners) cairo_line_to(c, p.x, p.y);
+        cairo_fill(c);
+    }
+    cairo_set_antialias(c, CAIRO_ANTIALIAS_DEFAULT);
+}
+
+// Fills the path, on a white rim where the layer wants one.
+void fill(cairo_t* c, const Layer& layer) {
+    if (layer.has_halo) {
+        set_colour(c, 0xffffff);
+        cairo_stroke_preserve(c);
+        set_colour(c, layer.colour);
+    }
+    cairo_fill(c);
 }
 
 void draw_layer(cairo_t* c, const Layer& layer) {
+    draw_faces(c, layer);
     set_colour(c, layer.colour);
     cairo_set_line_width(c, layer.line_width);
     cairo_set_dash(c, &kDashLength, layer.is_dashed, 0);
@@ -47,11 +69,20 @@ void draw_layer(cairo_t* c, const Layer& layer) {
         cairo_curve_to(c, p[1].x, p[1].y, p[2].x, p[2].y, p[3].x, p[3].y);
         cairo_stroke(c);
     }
+    cairo_set_line_width(c, halo_of_dots(layer));
+    cairo_set_dash(c, nullptr, 0, 0);
+    cairo_set_line_join(c, CAIRO_LINE_JOIN_ROUND);
     for (const Point p : layer.dots) {
+        cairo_new_path(c);
         cairo_arc(c, p.x, p.y, layer.dot_radius, 0, 2 * std::numbers::pi);
-        cairo_fill(c);
+        fill(c, layer);
     }
-    for (const Label& label : layer.labels) draw_label(c, label);
+    cairo_set_line_width(c, kHaloWidth);
+    for (const Label& label : layer.labels) {
+        draw_label(c, label);
+        fill(c, layer);
+    }
+    cairo_set_line_join(c, CAIRO_LINE_JOIN_MITER);
 }
 
 }  // namespace

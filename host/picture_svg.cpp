@@ -42,9 +42,25 @@ void append_line(std::string& svg, const std::vector<Point>& line) {
     svg += "\"/>\n";
 }
 
+// All in one group, since there are thousands.
+void append_faces(std::string& svg, const Layer& layer) {
+    append(svg, "<g id=\"%s, filled\" shape-rendering=\"crispEdges\">\n", layer.name.c_str());
+    for (const Face& face : layer.faces) {
+        append(svg, "<path fill=\"#%06x\" d=\"", face.colour);
+        char command = 'M';
+        for (const Point p : face.corners) {
+            append(svg, "%c%.5g,%.5g", command, p.x, p.y);
+            command = 'L';
+        }
+        svg += "z\"/>\n";
+    }
+    svg += "</g>\n";
+}
+
 void append_layer(std::string& svg, const Layer& layer) {
-    append(svg, "<g id=\"%s\" fill=\"none\" stroke=\"#%06x\" stroke-width=\"%g\"", layer.name,
-           layer.colour, layer.line_width);
+    if (!layer.faces.empty()) append_faces(svg, layer);
+    append(svg, "<g id=\"%s\" fill=\"none\" stroke=\"#%06x\" stroke-width=\"%g\"",
+           layer.name.c_str(), layer.colour, layer.line_width);
     if (layer.is_dashed) append(svg, " stroke-dasharray=\"%g\"", kDashLength);
     svg += ">\n";
     for (const auto& line : layer.lines) append_line(svg, line);
@@ -53,9 +69,15 @@ void append_layer(std::string& svg, const Layer& layer) {
                c[1].x, c[1].y, c[2].x, c[2].y, c[3].x, c[3].y);
     svg += "</g>\n";
 
-    append(svg, "<g fill=\"#%06x\">\n", layer.colour);
-    for (const Point p : layer.dots)
-        append(svg, "<circle cx=\"%.6g\" cy=\"%.6g\" r=\"%g\"/>\n", p.x, p.y, layer.dot_radius);
+    append(svg, "<g fill=\"#%06x\"", layer.colour);
+    if (layer.has_halo)
+        append(svg, " stroke=\"#ffffff\" stroke-width=\"%g\" paint-order=\"stroke\"", kHaloWidth);
+    svg += ">\n";
+    for (const Point p : layer.dots) {
+        append(svg, "<circle cx=\"%.6g\" cy=\"%.6g\" r=\"%g\"", p.x, p.y, layer.dot_radius);
+        if (layer.has_halo) append(svg, " stroke-width=\"%g\"", halo_of_dots(layer));
+        svg += "/>\n";
+    }
     for (const Label& label : layer.labels) {
         const char* const anchor = label.align == 0 ? "start" : label.align == 1 ? "end" : "middle";
         append(svg, "<text x=\"%.6g\" y=\"%.6g\" text-anchor=\"%s\">", label.at.x, label.at.y,

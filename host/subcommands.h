@@ -15,6 +15,7 @@ using Action = std::function<int()>;
 Action add_curve(CLI::App& subcommand);
 Action add_separate(CLI::App& subcommand);
 Action add_pick(CLI::App& subcommand);
+Action add_gamut(CLI::App& subcommand);
 Action add_pack(CLI::App& subcommand);
 Action add_unpack(CLI::App& subcommand);
 Action add_list(CLI::App& subcommand);
