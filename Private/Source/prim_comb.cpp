@@ -199,7 +199,7 @@ void discard_around(Piece& p, int node) {
 
 // A split piece ends where the one begins that it was split from: there its triangles are flat.
 void discard_saturated_edge(Piece& p) {
-    if (p.tag < 0) return;
+    if (p.nodes() == 0) return;
     if (p.tag == p.first->channel)
         for (int i = 0; i < p.nr1; ++i) discard_around(p, i * p.nr0 + p.nr0 - 1);
     if (p.tag == p.second->channel)

@@ -63,14 +63,16 @@ double look_up(const lin_interp_double* table, double phir) {
 
 int TTriangularTopSurface::DetermineVTMax() {
     if (VTMax > 0) return 0;
-    bool is_first = true;
+    bool is_first  = true;
+    double largest = 0;
     for (TPrimComb* comb = first_piece(umbrella); comb; comb = next_piece(comb)) {
         Piece& piece = Piece::of(*comb);
         if (!movane::evaluate(piece)) return -1;
         if (piece.has_no_colour()) continue;
-        VTMax    = is_first ? piece.largest_lightness : std::max(VTMax, piece.largest_lightness);
+        largest  = is_first ? piece.largest_lightness : std::max(largest, piece.largest_lightness);
         is_first = false;
     }
+    VTMax = largest;
     return 0;
 }
 

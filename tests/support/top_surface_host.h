@@ -48,6 +48,7 @@ struct Surface : TTriangularTopSurface {
     using TTriangularTopSurface::DeterminePhirTetarVTMax;
     using TTriangularTopSurface::DeterminePhirVTrTetar;
     using TTriangularTopSurface::DeterminePosPhiMinPosDeltaPhi;
+    using TTriangularTopSurface::DetermineVTMax;
     using TTriangularTopSurface::MakeSortedPrimList;
     using TTriangularTopSurface::PhirToPhi;
     using TTriangularTopSurface::PhiToPhir;
