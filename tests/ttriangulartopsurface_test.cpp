@@ -465,14 +465,12 @@ TEST(TopSurface, WidensANarrowSpanOfHues) {
 TEST(TopSurface, CopiesAreDeep) {
     double norm[2][3], excess = 0;
     const double colour[] = {30, 12, -7};
-    Press p(reference::four_inks(0), 3, 8);
+    const MessageCapture quiet;
     Device other_device = device_of(reference::three_inks(1));
     Surface assigned(other_device, 3, Samples(3, 2), 1, 5);
     {
         Press source(reference::four_inks(0), 3, 8);
-        const int calls = source.device.calls;
         EXPECT_EQ(source.surface.DetermineNormCoordMinGam(colour, norm[0], &excess, 1), 0);
-        EXPECT_GT(source.device.calls, calls - 1);
         assigned            = source.surface;
         const Surface& self = assigned;
         assigned            = self;
