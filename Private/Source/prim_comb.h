@@ -89,7 +89,7 @@ bool evaluate(top_surface_piece& piece);
 /// Whether a node is there and a kept triangle uses it.
 bool is_valid_node(const top_surface_piece& piece, int node);
 
-/// Finds where the hues of a piece lie, once its width is above 0 for good.
+/// Finds where the hues of a piece lie; not again once the width is above 0.
 ///
 /// @return  false when it has none or all, or cannot be measured, which is reported
 bool find_hue_span(top_surface_piece& piece);
