@@ -33,10 +33,6 @@ const std::string kNoDarkening =
     "Not yet supported, for every part of the umbrella we need to find darkening inks first";
 const std::string kNoVertex = "Check code, has to be an error somewhere!";
 
-Device device_of(const LinearPress& press) {
-    return {[press](const double* device, double* colour) { press.colour(device, colour); }};
-}
-
 std::vector<double> comb(TTriangularTopSurface& surface, int index, int channels) {
     std::vector<double> device(static_cast<std::size_t>(channels), 9);
     if (surface.GetPrimComb(index, device.data()) != 0) device.clear();
@@ -343,24 +339,6 @@ TEST_P(OnPress, FindsItsOwnSurface) {
         EXPECT_NEAR(norm[2], 1, 0.01);
         EXPECT_NEAR(excess, 0, 1.0);
     }
-}
-
-TEST(TopSurface, IsTheSameInEveryArrangementOfTheAxes) {
-    std::vector<std::vector<double>> results;
-    for (const int axis : {0, 1, 2}) {
-        Press p(reference::four_inks(axis), 4, 12);
-        std::vector<double>& result = results.emplace_back();
-        for (int i = 0; i < 60; ++i) {
-            double colour[3], norm[2][3], excess[2];
-            reference::arrange(axis, {i * 2.0, 50 * std::sin(i), 70 * std::cos(2.0 * i)}, colour);
-            EXPECT_EQ(p.surface.DetermineNormCoord(colour, norm[0], excess, 1), 0);
-            EXPECT_EQ(p.surface.DetermineNormCoordMinGam(colour, norm[1], excess + 1, 1), 0);
-            result.insert(result.end(), norm[0], norm[0] + 6);
-            result.insert(result.end(), excess, excess + 2);
-        }
-    }
-    EXPECT_EQ(results[1], results[0]);
-    EXPECT_EQ(results[2], results[0]);
 }
 
 // A dark ink that spans no piece, farther from the lightness axis than the edge: the edge is lifted

@@ -30,10 +30,6 @@ using Piece = top_surface_piece;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-Device device_of(const reference::LinearPress& press) {
-    return {[press](const double* device, double* colour) { press.colour(device, colour); }};
-}
-
 // --- pieces from a function of the two samples ---------------------------------------------------
 
 using Sheet = std::function<void(double s, double t, double* colour)>;
