@@ -327,7 +327,7 @@ TEST_P(OnPress, ConvertsThereAndBack) {
 // Points on the surface have VTr 1 in the tables, up to what linear interpolation over the hue and
 // the angle misses.
 TEST_P(OnPress, FindsItsOwnSurface) {
-    Press p(GetParam().make(GetParam().axis), GetParam().samples, 60);
+    Press p(GetParam().make(GetParam().axis), GetParam().samples, 40);
     std::mt19937 random(2);
     std::uniform_real_distribution<double> uniform(0.2, 0.8);
     for (int i = 0; i < 100; ++i) {

@@ -6,7 +6,6 @@
 
 #include "movane/gamut.h"
 #include "movane/interpolation.h"
-#include "movane/numerics.h"
 
 #include "Source/prim_comb.h"
 #include "Support/report.h"
