@@ -4,6 +4,7 @@
 
 #include "movane/foundation.h"
 
+#include "reference/exact.h"
 #include "support/handle.h"
 #include "support/messages.h"
 #include "support/temporary_directory.h"
@@ -73,12 +74,10 @@ Points border_of(const tetra_volume* v) {
 double true_volume(tetra_volume* v) {
     double sum = 0;
     for (int i = 0; i < v->nr_of_tetrahedrae; ++i) {
-        const volume_point* p = tetra_at(v, i)->p;
-        const double d[]      = {p[1].x - p[0].x, p[1].y - p[0].y, p[1].z - p[0].z,
-                                 p[2].x - p[0].x, p[2].y - p[0].y, p[2].z - p[0].z};
-        const double n[]      = {d[1] * d[5] - d[2] * d[4], d[2] * d[3] - d[0] * d[5],
-                                 d[0] * d[4] - d[1] * d[3]};
-        sum += n[0] * (p[3].x - p[0].x) + n[1] * (p[3].y - p[0].y) + n[2] * (p[3].z - p[0].z);
+        const auto corner = [p = tetra_at(v, i)->p](int k) {
+            return Point{p[k].x, p[k].y, p[k].z};
+        };
+        sum += reference::orientation<3>(std::array{corner(0), corner(1), corner(2), corner(3)});
     }
     return sum / 6;
 }

@@ -33,10 +33,6 @@ const std::string kNoDarkening =
     "Not yet supported, for every part of the umbrella we need to find darkening inks first";
 const std::string kNoVertex = "Check code, has to be an error somewhere!";
 
-Device device_of(const LinearPress& press) {
-    return {[press](const double* device, double* colour) { press.colour(device, colour); }};
-}
-
 std::vector<double> comb(TTriangularTopSurface& surface, int index, int channels) {
     std::vector<double> device(static_cast<std::size_t>(channels), 9);
     if (surface.GetPrimComb(index, device.data()) != 0) device.clear();
@@ -331,7 +327,7 @@ TEST_P(OnPress, ConvertsThereAndBack) {
 // Points on the surface have VTr 1 in the tables, up to what linear interpolation over the hue and
 // the angle misses.
 TEST_P(OnPress, FindsItsOwnSurface) {
-    Press p(GetParam().make(GetParam().axis), GetParam().samples, 60);
+    Press p(GetParam().make(GetParam().axis), GetParam().samples, 40);
     std::mt19937 random(2);
     std::uniform_real_distribution<double> uniform(0.2, 0.8);
     for (int i = 0; i < 100; ++i) {
@@ -343,24 +339,6 @@ TEST_P(OnPress, FindsItsOwnSurface) {
         EXPECT_NEAR(norm[2], 1, 0.01);
         EXPECT_NEAR(excess, 0, 1.0);
     }
-}
-
-TEST(TopSurface, IsTheSameInEveryArrangementOfTheAxes) {
-    std::vector<std::vector<double>> results;
-    for (const int axis : {0, 1, 2}) {
-        Press p(reference::four_inks(axis), 4, 12);
-        std::vector<double>& result = results.emplace_back();
-        for (int i = 0; i < 60; ++i) {
-            double colour[3], norm[2][3], excess[2];
-            reference::arrange(axis, {i * 2.0, 50 * std::sin(i), 70 * std::cos(2.0 * i)}, colour);
-            EXPECT_EQ(p.surface.DetermineNormCoord(colour, norm[0], excess, 1), 0);
-            EXPECT_EQ(p.surface.DetermineNormCoordMinGam(colour, norm[1], excess + 1, 1), 0);
-            result.insert(result.end(), norm[0], norm[0] + 6);
-            result.insert(result.end(), excess, excess + 2);
-        }
-    }
-    EXPECT_EQ(results[1], results[0]);
-    EXPECT_EQ(results[2], results[0]);
 }
 
 // A dark ink that spans no piece, farther from the lightness axis than the edge: the edge is lifted
@@ -465,14 +443,12 @@ TEST(TopSurface, WidensANarrowSpanOfHues) {
 TEST(TopSurface, CopiesAreDeep) {
     double norm[2][3], excess = 0;
     const double colour[] = {30, 12, -7};
-    Press p(reference::four_inks(0), 3, 8);
+    const MessageCapture quiet;
     Device other_device = device_of(reference::three_inks(1));
     Surface assigned(other_device, 3, Samples(3, 2), 1, 5);
     {
         Press source(reference::four_inks(0), 3, 8);
-        const int calls = source.device.calls;
         EXPECT_EQ(source.surface.DetermineNormCoordMinGam(colour, norm[0], &excess, 1), 0);
-        EXPECT_GT(source.device.calls, calls - 1);
         assigned            = source.surface;
         const Surface& self = assigned;
         assigned            = self;

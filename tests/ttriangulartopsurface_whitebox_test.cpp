@@ -30,10 +30,6 @@ using Piece = top_surface_piece;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-Device device_of(const reference::LinearPress& press) {
-    return {[press](const double* device, double* colour) { press.colour(device, colour); }};
-}
-
 // --- pieces from a function of the two samples ---------------------------------------------------
 
 using Sheet = std::function<void(double s, double t, double* colour)>;
@@ -298,6 +294,10 @@ TEST(TopSurfacePiece, DiscardsAlongTheSaturatedEdge) {
     EXPECT_EQ(record(2), "00 00 00 00 00 00 00 00 00 ");
     EXPECT_EQ(record(0), "00 55 50! 00 55 50! 00 00 50! ");
     EXPECT_EQ(record(1), "00 00 00 55 55 00 50! 50! 50! ");
+    for (const auto& [nr0, nr1, tag] : {std::array{0, 3, 0}, {3, 0, 1}}) {
+        const Patch empty(flat(0, 0, 30, 30, 50), nr0, nr1, 1.0, tag);
+        EXPECT_EQ(empty.comb->InsideBoundingPlane(0, 0, 0), 1);
+    }
 }
 
 // --- comparison ----------------------------------------------------------------------------------
@@ -374,6 +374,30 @@ TEST(TopSurfacePiece, ComparesAlongACommonBound) {
             << row.b[1] << " " << row.level;
         EXPECT_EQ(MessageCapture::take(), row.message);
     }
+}
+
+// --- steps that fail -----------------------------------------------------------------------------
+
+TEST(TopSurfaceWithoutMemory, FindsTheLightestPointOnceAllPiecesAreMeasured) {
+    const MessageCapture quiet;
+    Device device = device_of(reference::three_inks(0));
+    Surface surface(device, 3, Samples(3, 2), 0, 5);
+    surface.umbrella->Destroy();
+    for (const double level : {50, 60}) {
+        const Patch patch(flat(0, 0, 30, 30, level), 2, 2);
+        surface.umbrella->Add(new TPrimComb(*patch.comb));
+        ASSERT_TRUE(
+            movane::evaluate(Piece::of(*static_cast<TPrimComb*>(surface.umbrella->Last()))));
+    }
+    check_every_allocation_failure("DetermineVTMax", "", [&] {
+        Surface copy(surface);
+        const bool is_done = copy.DetermineVTMax() == 0;
+        if (copy.GetNrDifferentPrimCombs() == 2) {
+            EXPECT_EQ(copy.VTMax, is_done ? 60 : 0);
+        }
+        MessageCapture::take();
+        return is_done && copy.ErrNo() == 0;
+    });
 }
 
 // --- masked triangles ----------------------------------------------------------------------------

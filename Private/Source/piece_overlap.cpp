@@ -23,36 +23,29 @@ using Piece = top_surface_piece;
 constexpr Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
 
 constexpr double kCoincident = 0.01;  // distance of points that count as one
-constexpr double kLevel      = 1e-5;  // difference of lightnesses that count as equal
 constexpr double kSameDevice = 1e-9;  // difference of device values that count as equal
 constexpr double kShortest   = 1e-9;  // stretch of a ramp that has a direction
 
-std::size_t size(int n) { return static_cast<std::size_t>(n); }
-
 // --- device vectors ------------------------------------------------------------------------------
-
-bool varies(const Piece& p, int channel) {
-    return channel == p.first->channel || channel == p.second->channel;
-}
 
 // Whether both have the same values at the channels that are fixed in both.
 bool agree_where_fixed(const Piece& p, const Piece& q) {
     for (int k = 0; k < std::min(p.nr_device, q.nr_device); ++k) {
-        if (varies(p, k) || varies(q, k)) continue;
+        if (p.varies(k) || q.varies(k)) continue;
         if (!(std::fabs(p.device[size(k)] - q.device[size(k)]) <= kSameDevice)) return false;
     }
     return true;
 }
 
 bool is_same_piece(const Piece& p, const Piece& q) {
-    return varies(q, p.first->channel) && varies(q, p.second->channel) && agree_where_fixed(p, q);
+    return q.varies(p.first->channel) && q.varies(p.second->channel) && agree_where_fixed(p, q);
 }
 
 // The channel along which two pieces touch; -1 for none.
 int common_channel(const Piece& p, const Piece& q) {
     if (!agree_where_fixed(p, q)) return -1;
-    if (varies(q, p.first->channel)) return p.first->channel;
-    return varies(q, p.second->channel) ? p.second->channel : -1;
+    if (q.varies(p.first->channel)) return p.first->channel;
+    return q.varies(p.second->channel) ? p.second->channel : -1;
 }
 
 // --- ramps ---------------------------------------------------------------------------------------
@@ -100,9 +93,10 @@ double distance(ChromaPoint p, ChromaPoint from, ChromaPoint to) {
 }
 
 bool is_near(ChromaPoint p, const Ramp& ramp) {
-    if (ramp.count == 1) return distance(p, ramp.points[0], ramp.points[0]) <= kCoincident;
-    for (int i = 0; i + 1 < ramp.count; ++i)
-        if (distance(p, ramp.points[size(i)], ramp.points[size(i + 1)]) <= kCoincident) return true;
+    for (int i = 0; i < ramp.count; ++i) {
+        const int next = std::min(i + 1, ramp.count - 1);  // a ramp of one point has no stretch
+        if (distance(p, ramp.points[size(i)], ramp.points[size(next)]) <= kCoincident) return true;
+    }
     return false;
 }
 
@@ -169,28 +163,26 @@ int nearest_stretch(const Piece& piece, int node, const Ramp& ramp) {
     return least > kCoincident ? nearest : -1;
 }
 
-// False without memory, which is reported.
+// False without memory.
 bool find_sides(const Piece& piece, const Ramp& ramp, Sides* sides) {
     const Sheet& sheet = *piece.sheet;
     const auto nearest = make_block<int>(size(sheet.nodes));
-    bool has_memory    = nearest != nullptr;
-    for (int n = 0; has_memory && n < sheet.nodes; ++n)
-        nearest[size(n)] = nearest_stretch(piece, n, ramp);
-    for (int i = 0; has_memory && i + 1 < ramp.count; ++i) {
-        if (std::find(nearest.get(), nearest.get() + sheet.nodes, i) == nearest.get() + sheet.nodes)
-            continue;
+    if (!nearest) return false;
+    int* const end = nearest.get() + sheet.nodes;
+    for (int n = 0; n < sheet.nodes; ++n) nearest[size(n)] = nearest_stretch(piece, n, ramp);
+    for (int i = 0; i + 1 < ramp.count; ++i) {
+        if (std::find(nearest.get(), end, i) == end) continue;
         const Stretch stretch(ramp.points[size(i)], ramp.points[size(i + 1)]);
-        has_memory = static_cast<bool>(stretch);
-        for (int n = 0; has_memory && n < sheet.nodes; ++n) {
+        if (!stretch) return false;
+        for (int n = 0; n < sheet.nodes; ++n) {
             if (nearest[size(n)] != i) continue;
             double side = 0;
-            has_memory  = stretch.side(sheet.points[size(n)], &side);
+            if (!stretch.side(sheet.points[size(n)], &side)) return false;
             if (side > kCoincident) sides->has_left = true;
             if (side < -kCoincident) sides->has_right = true;
         }
     }
-    if (!has_memory) report("No Memory");
-    return has_memory;
+    return true;
 }
 
 // --- the plane -----------------------------------------------------------------------------------
@@ -225,9 +217,6 @@ bool has_point_on(const Piece& piece, const Sheet& other, const Ramp& bound) {
 }
 
 bool do_outlines_cross(const Sheet& s, const Sheet& t, const Ramp& bound) {
-    const auto cross = [](ChromaPoint o, ChromaPoint p, ChromaPoint q) {
-        return (p.a - o.a) * (q.b - o.b) - (p.b - o.b) * (q.a - o.a);
-    };
     for (int i = 0; i < s.outline_edges; ++i) {
         const ChromaPoint p = s.points[size(s.outline[size(i)].from)],
                           q = s.points[size(s.outline[size(i)].to)];
@@ -269,7 +258,10 @@ Overlap overlap(const Piece& p, const Piece& q) {
             return Overlap::failed;
         }
         Sides of_p, of_q;
-        if (!find_sides(p, bound, &of_p) || !find_sides(q, bound, &of_q)) return Overlap::failed;
+        if (!find_sides(p, bound, &of_p) || !find_sides(q, bound, &of_q)) {
+            report("No Memory");
+            return Overlap::failed;
+        }
         // A sheet on both sides is folded over the bound: its height decides.
         if (of_p.is_fold() || of_q.is_fold()) return Overlap::some;
         if ((of_p.has_left && of_q.has_right) || (of_p.has_right && of_q.has_left))

@@ -6,8 +6,6 @@
 
 #include "Source/piece_search.h"
 
-#include "movane/numerics.h"
-
 #include "Support/report.h"
 
 #include <algorithm>
@@ -168,13 +166,6 @@ Answer project(top_surface_piece& piece, ChromaPoint at, double* lightness) {
     return hit_sheet(*piece.sheet, at, lightness) ? Answer::found : Answer::none;
 }
 
-double teta_of(double lightness, double chroma, bool* is_defined) {
-    int error         = 0;
-    const double teta = real_atan2PI(lightness, chroma, &error);
-    if (is_defined) *is_defined = error == 0;
-    return error == 0 ? teta : 0.0;
-}
-
 bool edge_at(top_surface_piece& piece, double phi, double* teta, double* lightness) {
     if (!find_hue_span(piece) || !has_hue(piece, phi)) return false;
     EdgeSearch search(piece, phi);
@@ -186,7 +177,7 @@ bool edge_at(top_surface_piece& piece, double phi, double* teta, double* lightne
         }
     }
     *lightness = search.lightness;
-    *teta      = teta_of(search.lightness, search.radius);
+    *teta      = angle_of(search.lightness, search.radius);
     return true;
 }
 
@@ -194,7 +185,7 @@ bool height_at(top_surface_piece& piece, double phi, double teta, double* lightn
     double radius       = 0;
     const double cosine = std::cos(teta), sine = std::sin(teta);
     return search(
-        piece, phi, teta, [](double l, double r) { return teta_of(l, r); },
+        piece, phi, teta, [](double l, double r) { return angle_of(l, r); },
         [&](double l, double r) { return r * cosine - l * sine; }, &radius, lightness);
 }
 
@@ -204,7 +195,7 @@ bool teta_at(top_surface_piece& piece, double phi, double lightness, double* tet
             piece, phi, lightness, [](double l, double) { return l; },
             [&](double l, double) { return l - lightness; }, &radius, &found))
         return false;
-    *teta = teta_of(found, radius);
+    *teta = angle_of(found, radius);
     return true;
 }
 

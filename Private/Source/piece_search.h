@@ -28,7 +28,4 @@ bool height_at(top_surface_piece& piece, double phi, double teta, double* lightn
 /// @return  false when it has none
 bool teta_at(top_surface_piece& piece, double phi, double lightness, double* teta);
 
-/// The angle of (lightness, chroma) from the lightness axis; 0 when undefined.
-double teta_of(double lightness, double chroma, bool* is_defined = nullptr);
-
 }  // namespace movane

@@ -29,10 +29,6 @@ struct Box {
     double a_min, a_max, b_min, b_max;
 };
 
-double cross(ChromaPoint o, ChromaPoint p, ChromaPoint q) {
-    return (p.a - o.a) * (q.b - o.b) - (p.b - o.b) * (q.a - o.a);
-}
-
 double square_distance(ChromaPoint p, ChromaPoint q) {
     return (p.a - q.a) * (p.a - q.a) + (p.b - q.b) * (p.b - q.b);
 }
@@ -49,8 +45,8 @@ Corners corners(const Sheet& sheet, int t) {
     triangle_nodes(sheet, t, nodes);
     Corners c;
     for (int k = 0; k < 3; ++k) {
-        c.at[k]        = sheet.points[static_cast<std::size_t>(nodes[k])];
-        c.lightness[k] = sheet.lightness[static_cast<std::size_t>(nodes[k])];
+        c.at[k]        = sheet.points[size(nodes[k])];
+        c.lightness[k] = sheet.lightness[size(nodes[k])];
     }
     return c;
 }
@@ -86,7 +82,7 @@ bool hit_triangle(const Sheet& sheet, int t, ChromaPoint p, double* lightness) {
 bool place_nodes(Sheet& sheet, const double* colours, const int (&axes)[3]) {
     bool is_first = true;
     for (int n = 0; n < sheet.nodes; ++n) {
-        const auto at        = static_cast<std::size_t>(n);
+        const auto at        = size(n);
         const double* colour = colours + 3 * at;
         if (!is_sound(colour[0]) || !is_sound(colour[1]) || !is_sound(colour[2])) {
             sheet.is_missing[at] = 1;
@@ -113,12 +109,11 @@ void keep_triangles(Sheet& sheet, const unsigned char* discards) {
         for (int column = 0; column + 1 < sheet.columns; ++column) {
             for (int half = 0; half < 2; ++half) {
                 const int t   = 2 * (row * sheet.columns + column) + half;
-                const auto at = static_cast<std::size_t>(t);
+                const auto at = size(t);
                 int nodes[3];
                 triangle_nodes(sheet, t, nodes);
-                const bool is_whole = std::none_of(nodes, nodes + 3, [&](int n) {
-                    return sheet.is_missing[static_cast<std::size_t>(n)];
-                });
+                const bool is_whole = std::none_of(
+                    nodes, nodes + 3, [&](int n) { return sheet.is_missing[size(n)]; });
                 if (!is_whole || discards[at]) continue;
                 const Corners c = corners(sheet, t);
                 if (std::fabs(cross(c.at[0], c.at[1], c.at[2])) <=
@@ -134,7 +129,7 @@ void keep_triangles(Sheet& sheet, const unsigned char* discards) {
 template <class Action>
 void for_each_triangle(const Sheet& sheet, Action action) {
     for (int t = 0; t < 2 * sheet.nodes; ++t)
-        if (sheet.is_kept[static_cast<std::size_t>(t)]) action(t);
+        if (sheet.is_kept[size(t)]) action(t);
 }
 
 int bucket(double x, double lo, double hi, int across) {
@@ -150,15 +145,14 @@ void for_each_bucket(const Sheet& sheet, const Box& box, Action action) {
     const int b_last = bucket(box.b_max, sheet.b_min, sheet.b_max, across);
     for (int b = bucket(box.b_min, sheet.b_min, sheet.b_max, across); b <= b_last; ++b)
         for (int a = bucket(box.a_min, sheet.a_min, sheet.a_max, across); a <= a_last; ++a)
-            action(static_cast<std::size_t>(b * across + a));
+            action(size(b * across + a));
 }
 
 // Counts, then fills from the end of each bucket down to its start.
 bool fill_buckets(Sheet& sheet) {
     sheet.buckets_across =
         std::clamp(static_cast<int>(std::sqrt(sheet.triangles / 2.0)), 1, kMostAcross);
-    const auto buckets = static_cast<std::size_t>(sheet.buckets_across) *
-                         static_cast<std::size_t>(sheet.buckets_across);
+    const auto buckets  = size(sheet.buckets_across) * size(sheet.buckets_across);
     sheet.bucket_starts = make_zeroed_block<int>(buckets + 1);
     if (!sheet.bucket_starts) return false;
     std::int64_t items = 0;
@@ -174,7 +168,7 @@ bool fill_buckets(Sheet& sheet) {
     for (std::size_t k = 1; k <= buckets; ++k) sheet.bucket_starts[k] += sheet.bucket_starts[k - 1];
     for_each_triangle(sheet, [&](int t) {
         for_each_bucket(sheet, box_of(corners(sheet, t)), [&](std::size_t k) {
-            sheet.bucket_items[static_cast<std::size_t>(--sheet.bucket_starts[k])] = t;
+            sheet.bucket_items[size(--sheet.bucket_starts[k])] = t;
         });
     });
     return true;
@@ -185,13 +179,11 @@ bool fill_buckets(Sheet& sheet) {
 enum { kAlongRow, kAlongColumn, kDiagonal, kEdgeKinds };
 
 bool find_outline(Sheet& sheet) {
-    const auto nodes = static_cast<std::size_t>(sheet.nodes);
+    const auto nodes = size(sheet.nodes);
     const auto users = make_zeroed_block<unsigned char>(nodes, kEdgeKinds);
     if (!users) return false;
     const int columns = sheet.columns;
-    const auto use    = [&](int node, int kind) {
-        ++users[static_cast<std::size_t>(node) * kEdgeKinds + static_cast<std::size_t>(kind)];
-    };
+    const auto use    = [&](int node, int kind) { ++users[size(node) * kEdgeKinds + size(kind)]; };
     for_each_triangle(sheet, [&](int t) {
         const int n      = t / 2;
         const bool first = t % 2 == 0;
@@ -205,8 +197,8 @@ bool find_outline(Sheet& sheet) {
     for (int n = 0; n < sheet.nodes; ++n) {
         const SheetEdge edges[] = {{n, n + 1}, {n, n + columns}, {n + 1, n + columns}};
         for (std::size_t kind = 0; kind < kEdgeKinds; ++kind)
-            if (users[static_cast<std::size_t>(n) * kEdgeKinds + kind] == 1)
-                sheet.outline[static_cast<std::size_t>(sheet.outline_edges++)] = edges[kind];
+            if (users[size(n) * kEdgeKinds + kind] == 1)
+                sheet.outline[size(sheet.outline_edges++)] = edges[kind];
     }
     return true;
 }
@@ -217,8 +209,8 @@ int nearest_node(const Sheet& sheet, ChromaPoint p) {
     int nearest  = -1;
     double least = 0;
     for (int n = 0; n < sheet.nodes; ++n) {
-        if (sheet.is_missing[static_cast<std::size_t>(n)]) continue;
-        const double distance = square_distance(sheet.points[static_cast<std::size_t>(n)], p);
+        if (sheet.is_missing[size(n)]) continue;
+        const double distance = square_distance(sheet.points[size(n)], p);
         if (nearest < 0 || distance < least) {
             nearest = n;
             least   = distance;
@@ -252,7 +244,7 @@ void ask_near(Highest& highest, int node) {
         for (int c = std::max(column - kNearCells, 0); c <= column_end; ++c) {
             const int t = 2 * (r * sheet.columns + c);
             for (const int triangle : {t, t + 1})
-                if (sheet.is_kept[static_cast<std::size_t>(triangle)]) highest.ask(triangle);
+                if (sheet.is_kept[size(triangle)]) highest.ask(triangle);
         }
     }
 }
@@ -266,7 +258,7 @@ void ask_everywhere(Highest& highest) {
         return;
     for_each_bucket(sheet, {p.a, p.a, p.b, p.b}, [&](std::size_t k) {
         for (int i = sheet.bucket_starts[k]; i < sheet.bucket_starts[k + 1]; ++i)
-            highest.ask(sheet.bucket_items[static_cast<std::size_t>(i)]);
+            highest.ask(sheet.bucket_items[size(i)]);
     });
 }
 
@@ -345,7 +337,7 @@ Owned<Sheet> make_sheet(int columns, int rows, const double* colours, const int 
     sheet->columns    = columns;
     sheet->rows       = rows;
     sheet->nodes      = columns * rows;
-    const auto nodes  = static_cast<std::size_t>(sheet->nodes);
+    const auto nodes  = size(sheet->nodes);
     sheet->points     = make_zeroed_block<ChromaPoint>(nodes);
     sheet->lightness  = make_zeroed_block<double>(nodes);
     sheet->is_missing = make_zeroed_block<unsigned char>(nodes);
@@ -353,7 +345,7 @@ Owned<Sheet> make_sheet(int columns, int rows, const double* colours, const int 
     if (!sheet->points || !sheet->lightness || !sheet->is_missing || !sheet->is_kept)
         return nullptr;
     if (place_nodes(*sheet, colours, axes)) keep_triangles(*sheet, discards);
-    sheet->segments = make_block<RaySegment>(static_cast<std::size_t>(sheet->triangles));
+    sheet->segments = make_block<RaySegment>(size(sheet->triangles));
     if (!sheet->segments || !fill_buckets(*sheet) || !find_outline(*sheet)) return nullptr;
     return sheet;
 }
@@ -378,7 +370,7 @@ const RadialProfile& radial_profile(Sheet& sheet, double phi) {
     const double cosine = std::cos(phi), sine = std::sin(phi);
     int count = 0;
     for_each_triangle(sheet, [&](int t) {
-        RaySegment* const segment = &sheet.segments[static_cast<std::size_t>(count)];
+        RaySegment* const segment = &sheet.segments[size(count)];
         if (cut_triangle(corners(sheet, t), cosine, sine, segment)) ++count;
     });
     std::sort(sheet.segments.get(), sheet.segments.get() + count,

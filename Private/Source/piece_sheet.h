@@ -3,11 +3,21 @@
 
 #include "Support/memory.h"
 
+#include <cstddef>
+
 namespace movane {
+
+/// A count or an index of a block.
+constexpr std::size_t size(int n) { return static_cast<std::size_t>(n); }
 
 struct ChromaPoint {
     double a, b;
 };
+
+/// Twice the area of o, p, q; positive when they turn to the left.
+constexpr double cross(ChromaPoint o, ChromaPoint p, ChromaPoint q) {
+    return (p.a - o.a) * (q.b - o.b) - (p.b - o.b) * (q.a - o.a);
+}
 
 /// A stretch of the ray of one hue on one triangle; lightness is linear in the radius.
 struct RaySegment {

@@ -154,10 +154,9 @@ int triangle_intersect_linesegment2(const double* a, const double* b, const doub
     if (start == end) return 0;  // on one side, or both in the plane
     if (!do_agree(orient_3d(s, e, a, b), orient_3d(s, e, b, c), orient_3d(s, e, c, a))) return 0;
     const Point3 from(s), to(e);
-    const double at = start == 0 ? 0.0
-                      : end == 0
-                          ? 1.0
-                          : movane::crossing_parameter(Point3(a), Point3(b), Point3(c), from, to);
+    double at = start == 0 ? 0.0 : 1.0;
+    if (start != 0 && end != 0)
+        at = movane::crossing_parameter(Point3(a), Point3(b), Point3(c), from, to);
     if (at < 1) {
         (from + (to - from) * at).store(out);
     } else {

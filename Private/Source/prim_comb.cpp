@@ -16,42 +16,25 @@
 
 namespace {
 
+using movane::copy_list;
+using movane::copy_values;
+using movane::kErrorMemory;
+using movane::kTwoPi;
+using movane::size;
 using Piece = top_surface_piece;
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
 
 constexpr int kMostSamples       = 100000;
 constexpr int kMostNodes         = INT32_MAX / 16;  // entries of six per node are counted by int
-constexpr int kErrorMemory       = 1;
 constexpr int kErrorData         = 2;
 constexpr int kErrorInitialised  = 3;
 constexpr unsigned char kDiscard = 5;
-constexpr double kTwoPi          = 6.283185307;
 constexpr double kQuadrantEnds[] = {1.57079632675, 3.1415926535, 4.71238898025};
 constexpr double kHueSlack       = 1e-9;  // of a full turn
 
-std::size_t size(int n) { return static_cast<std::size_t>(n); }
-
 std::unique_ptr<TPrimary> copy_of(const TPrimary* primary) {
     return std::unique_ptr<TPrimary>(primary ? new TPrimary(*primary) : nullptr);
-}
-
-movane::Block<double> copy_of(const double* values, std::size_t count) {
-    auto copy = movane::make_block<double>(count);
-    if (copy) std::copy_n(values, count, copy.get());
-    return copy;
-}
-
-// All elements of a list, of which each is an Element.
-template <class Element>
-std::unique_ptr<TList> copy_of(TList* list) {
-    std::unique_ptr<TList> copy(new TList);
-    for (TElement* e = list->First(); copy && e; e = e->Next()) {
-        Element* const element = new Element(*static_cast<const Element*>(e));
-        if (!element) return nullptr;
-        copy->Add(element);
-    }
-    return copy;
 }
 
 // --- making --------------------------------------------------------------------------------------
@@ -66,7 +49,7 @@ movane::Owned<Piece> make_piece(const TPrimary* first, const TPrimary* second, i
     piece->nr0       = nr0;
     piece->nr1       = nr1;
     piece->nr_device = nr_device;
-    piece->device    = copy_of(device, size(nr_device));
+    piece->device    = copy_values(device, nr_device);
     const auto nodes = size(piece->nodes());
 
     piece->colours            = movane::make_zeroed_block<double>(nodes, 3);
@@ -93,10 +76,10 @@ movane::Owned<Piece> clone(const Piece& from) {
                             from.device.get(), from.nr_device);
     if (!piece) return nullptr;
     const auto nodes = size(from.nodes());
-    piece->samples0  = copy_of(from.samples0.get(), size(from.nr0));
-    piece->samples1  = copy_of(from.samples1.get(), size(from.nr1));
-    piece->masked    = copy_of<TMaskedTriangle>(from.masked.get());
-    if (from.further) piece->further = copy_of<TPrimary>(from.further.get());
+    piece->samples0  = copy_values(from.samples0.get(), from.nr0);
+    piece->samples1  = copy_values(from.samples1.get(), from.nr1);
+    piece->masked    = copy_list<TMaskedTriangle>(from.masked.get());
+    if (from.further) piece->further = copy_list<TPrimary>(from.further.get());
     if (!piece->samples0 || !piece->samples1 || !piece->masked || !piece->further != !from.further)
         return nullptr;
     std::copy_n(from.colours.get(), 3 * nodes, piece->colours.get());
@@ -124,7 +107,7 @@ movane::Owned<Piece> clone(const Piece& from) {
 // --- measuring -----------------------------------------------------------------------------------
 
 bool measure_colours(Piece& p) {
-    const auto device = copy_of(p.device.get(), size(p.nr_device));
+    const auto device = copy_values(p.device.get(), p.nr_device);
     if (!device) return false;
     for (int i = 0; i < p.nr1; ++i) {
         for (int j = 0; j < p.nr0; ++j) {
@@ -178,7 +161,7 @@ void find_extremes(Piece& p) {
             smallest            = std::min(smallest, chroma);
         }
         bool is_defined  = false;
-        const double phi = movane::hue_of(p, colour, &is_defined);
+        const double phi = movane::angle_of(a, b, &is_defined);
         if (is_defined) record_hue(p.quadrants, phi);
     }
     p.largest_chroma  = std::sqrt(largest);
@@ -199,7 +182,7 @@ void discard_around(Piece& p, int node) {
 
 // A split piece ends where the one begins that it was split from: there its triangles are flat.
 void discard_saturated_edge(Piece& p) {
-    if (p.tag < 0) return;
+    if (p.nodes() == 0) return;
     if (p.tag == p.first->channel)
         for (int i = 0; i < p.nr1; ++i) discard_around(p, i * p.nr0 + p.nr0 - 1);
     if (p.tag == p.second->channel)
@@ -239,15 +222,8 @@ void ask_device(top_surface_forward forward, void* user_data, const double* devi
 }
 
 bool evaluate(top_surface_piece& p) {
-    if (p.is_measured && p.sheet) return true;
-    if (!p.is_measured) {
-        if (!measure_colours(p)) {
-            report("No Memory");
-            return false;
-        }
-        discard_saturated_edge(p);
-    }
-    if (!build_sheet(p)) {
+    if (p.sheet) return true;
+    if ((!p.is_measured && !measure_colours(p)) || !build_sheet(p)) {
         report("No Memory");
         return false;
     }
@@ -301,11 +277,17 @@ bool has_hue(const top_surface_piece& p, double phi) {
     return turns >= u - kHueSlack && turns <= w + kHueSlack;
 }
 
-double hue_of(const top_surface_piece& p, const double* colour, bool* is_defined) {
-    int error        = 0;
-    const double phi = real_atan2PI(colour[p.chroma_a], colour[p.chroma_b], &error);
-    *is_defined      = error == 0;
-    return error == 0 ? phi : 0.0;
+double angle_of(double x, double y, bool* is_defined) {
+    int error          = 0;
+    const double angle = real_atan2PI(x, y, &error);
+    if (is_defined) *is_defined = error == 0;
+    return error == 0 ? angle : 0.0;
+}
+
+Block<double> copy_values(const double* values, int count) {
+    auto copy = make_block<double>(size(count));
+    if (copy) std::copy_n(values, count, copy.get());
+    return copy;
 }
 
 }  // namespace movane
@@ -328,8 +310,8 @@ TPrimComb::TPrimComb(const TPrimary* first, const TPrimary* second, const double
     }
     auto made = make_piece(first, second, nr0, nr1, device, nrDevice);
     if (made) {
-        made->samples0 = copy_of(samples0, size(nr0));
-        made->samples1 = copy_of(samples1, size(nr1));
+        made->samples0 = copy_values(samples0, nr0);
+        made->samples1 = copy_values(samples1, nr1);
     }
     if (!made || !made->samples0 || !made->samples1) {
         report("No Memory");
@@ -339,7 +321,8 @@ TPrimComb::TPrimComb(const TPrimary* first, const TPrimary* second, const double
     made->user_data = userData;
     made->forward   = forward;
     made->tag       = tag;
-    piece           = made.release();
+    discard_saturated_edge(*made);
+    piece = made.release();
 }
 
 TPrimComb::~TPrimComb() { movane::destroy(piece); }

@@ -57,16 +57,21 @@ struct top_surface_piece {
     static top_surface_piece& of(const TPrimComb& comb) { return *comb.piece; }
 
     [[nodiscard]] int nodes() const { return nr0 * nr1; }
-    [[nodiscard]] double* colour(int node) const {
-        return colours.get() + 3 * static_cast<std::size_t>(node);
-    }
+    [[nodiscard]] double* colour(int node) const { return colours.get() + 3 * movane::size(node); }
     [[nodiscard]] bool has_no_colour() const { return extremes[movane::kLargestA] < 0; }
     [[nodiscard]] movane::ChromaPoint chroma(const double* from) const {
         return {from[chroma_a], from[chroma_b]};
     }
+    [[nodiscard]] bool varies(int channel) const {
+        return channel == first->channel || channel == second->channel;
+    }
 };
 
 namespace movane {
+
+constexpr int kErrorMemory = 1;            // error number of pieces and surfaces
+constexpr double kTwoPi    = 6.283185307;  // all angles of the surface are counted with this one
+constexpr double kLevel    = 1e-5;         // difference of lightnesses that count as equal
 
 /// The chromatic axes of a lightness axis, in ascending order.
 constexpr int first_chroma_axis(int axis) { return axis < 1 ? 1 : 0; }
@@ -84,7 +89,7 @@ bool evaluate(top_surface_piece& piece);
 /// Whether a node is there and a kept triangle uses it.
 bool is_valid_node(const top_surface_piece& piece, int node);
 
-/// Finds where the hues of a piece lie, once its width is above 0 for good.
+/// Finds where the hues of a piece lie; not again once the width is above 0.
 ///
 /// @return  false when it has none or all, or cannot be measured, which is reported
 bool find_hue_span(top_surface_piece& piece);
@@ -92,7 +97,37 @@ bool find_hue_span(top_surface_piece& piece);
 /// Whether a hue belongs to the span that find_hue_span() found.
 bool has_hue(const top_surface_piece& piece, double phi);
 
-/// The hue of a colour; 0 when undefined.
-double hue_of(const top_surface_piece& piece, const double* colour, bool* is_defined);
+/// The angle of (x, y) from the x axis: a hue of chromatic coordinates, or how far lightness and
+/// chroma lie from the lightness axis. 0 when undefined.
+double angle_of(double x, double y, bool* is_defined = nullptr);
+
+/// The pieces of an umbrella, which may be missing, in their order; null at the end.
+inline TPrimComb* first_piece(TList* umbrella) {
+    return umbrella ? static_cast<TPrimComb*>(umbrella->First()) : nullptr;
+}
+inline TPrimComb* next_piece(TPrimComb* comb) { return static_cast<TPrimComb*>(comb->Next()); }
+
+/// Null when there is no such piece.
+inline TPrimComb* piece_at(TList* umbrella, int index) {
+    return umbrella && index >= 0 ? static_cast<TPrimComb*>(umbrella->Get(index)) : nullptr;
+}
+
+/// Null without memory.
+Block<double> copy_values(const double* values, int count);
+
+inline bool is_whole(const TElement&) { return true; }
+inline bool is_whole(const TPrimComb& comb) { return comb.ErrNo() == 0; }
+
+/// Copies a list of which each element is an Element, in its order; null without memory.
+template <class Element>
+std::unique_ptr<TList> copy_list(TList* list) {
+    std::unique_ptr<TList> copy(new TList);
+    for (TElement* e = list->First(); copy && e; e = e->Next()) {
+        Element* const element = new Element(*static_cast<const Element*>(e));
+        copy->Add(element);
+        if (!element || !is_whole(*element)) return nullptr;
+    }
+    return copy;
+}
 
 }  // namespace movane

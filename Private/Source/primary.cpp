@@ -43,7 +43,7 @@ TPrimary::TPrimary(const TPrimary& other)
 }
 
 TPrimary& TPrimary::operator=(const TPrimary& other) {
-    std::copy(other.colour, other.colour + 3, colour);
+    std::copy_n(other.colour, 3, colour);
     channel   = other.channel;
     darkening = other.darkening;
     axis      = other.axis;

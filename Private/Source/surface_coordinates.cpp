@@ -6,9 +6,7 @@
 
 #include "movane/gamut.h"
 #include "movane/interpolation.h"
-#include "movane/numerics.h"
 
-#include "Source/piece_search.h"
 #include "Source/prim_comb.h"
 #include "Support/report.h"
 
@@ -38,7 +36,7 @@ double look_up(const md_tetrad_table* table, double phir, double y) {
     return value;
 }
 
-// Sine, cosine and length of a colour's chroma, and its angles.
+// A colour as its distance from the lightness axis and its angles.
 struct Polar {
     double lightness, chroma, phi, teta;
     bool has_teta;
@@ -47,8 +45,8 @@ struct Polar {
         const double a = finite_or_0(colour[chroma_a]), b = finite_or_0(colour[chroma_b]);
         lightness = finite_or_0(colour[axis]);
         chroma    = std::sqrt(a * a + b * b);
-        phi       = movane::teta_of(a, b);
-        teta      = movane::teta_of(lightness, chroma, &has_teta);
+        phi       = movane::angle_of(a, b);
+        teta      = movane::angle_of(lightness, chroma, &has_teta);
     }
 };
 
@@ -203,13 +201,12 @@ int TTriangularTopSurface::GetDevCoord(int index, const double* params, double* 
         report("No such umbrella surface");
         return -1;
     }
-    const Piece& piece  = Piece::of(*static_cast<const TPrimComb*>(umbrella->Get(index)));
+    const Piece& piece  = Piece::of(*movane::piece_at(umbrella, index));
     bool are_both_there = true;
     for (int k = 0; k < nrChannels; ++k) {
         if (!(device[k] < 0)) continue;
-        const bool is_pair = k == piece.first->channel || k == piece.second->channel;
-        device[k]          = *params++;
-        if (is_pair && !is_sampled(piece, k, device[k])) are_both_there = false;
+        device[k] = *params++;
+        if (piece.varies(k) && !is_sampled(piece, k, device[k])) are_both_there = false;
     }
     return are_both_there ? 0 : -1;
 }

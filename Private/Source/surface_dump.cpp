@@ -14,16 +14,13 @@
 namespace {
 
 using movane::Answer;
+using movane::first_piece;
+using movane::next_piece;
+using movane::piece_at;
+using movane::size;
 using Piece = top_surface_piece;
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
-
-std::size_t size(int n) { return static_cast<std::size_t>(n); }
-
-TPrimComb* comb_at(TList* umbrella, int index) {
-    TElement* const comb = umbrella && index >= 0 ? umbrella->Get(index) : nullptr;
-    return static_cast<TPrimComb*>(comb);
-}
 
 // --- derivatives ---------------------------------------------------------------------------------
 
@@ -93,16 +90,15 @@ int print_derivatives(FILE* f, Piece& p, const movane::Block<double>& derivative
 }  // namespace
 
 int TTriangularTopSurface::DumpGrid(FILE* f, int index) {
-    const TPrimComb* const comb = comb_at(umbrella, index);
+    const TPrimComb* const comb = piece_at(umbrella, index);
     if (!comb) return 0;
     Piece& p = Piece::of(*comb);
     if (!movane::evaluate(p)) return -1;
-    auto device = movane::make_block<double>(size(p.nr_device));
+    const auto device = movane::copy_values(p.device.get(), p.nr_device);
     if (!device) {
         report("No Memory");
         return -1;
     }
-    std::copy_n(p.device.get(), p.nr_device, device.get());
     int node = 0;
     for (int j = 0; j < p.nr0; ++j) {
         for (int i = 0; i < p.nr1; ++i, ++node) {
@@ -127,11 +123,11 @@ int TTriangularTopSurface::DetermineNodeValues(TPrimComb* comb) {
         if (p.sheet->is_missing[size(node)]) continue;
         bool is_found  = false;
         double highest = 0;
-        for (TElement* e = umbrella->First(); e; e = e->Next()) {
-            if (e == comb) continue;
-            double height       = 0;
-            const Answer answer = movane::project(Piece::of(*static_cast<const TPrimComb*>(e)),
-                                                  p.sheet->points[size(node)], &height);
+        for (TPrimComb* other = first_piece(umbrella); other; other = next_piece(other)) {
+            if (other == comb) continue;
+            double height = 0;
+            const Answer answer =
+                movane::project(Piece::of(*other), p.sheet->points[size(node)], &height);
             if (answer == Answer::failed) return -1;
             if (answer == Answer::none) continue;
             highest  = is_found ? std::max(highest, height) : height;
@@ -143,7 +139,7 @@ int TTriangularTopSurface::DetermineNodeValues(TPrimComb* comb) {
 }
 
 int TTriangularTopSurface::DumpFP(FILE* f, int index) {
-    TPrimComb* const comb = comb_at(umbrella, index);
+    TPrimComb* const comb = piece_at(umbrella, index);
     if (!comb) return 0;
     if (DetermineNodeValues(comb) != 0) return -1;
     const Piece& p = Piece::of(*comb);
@@ -152,14 +148,14 @@ int TTriangularTopSurface::DumpFP(FILE* f, int index) {
 }
 
 int TTriangularTopSurface::DumpFirstDer(FILE* f, int index) {
-    const TPrimComb* const comb = comb_at(umbrella, index);
+    const TPrimComb* const comb = piece_at(umbrella, index);
     if (!comb) return 0;
     Piece& p = Piece::of(*comb);
     return print_derivatives(f, p, p.first_derivatives);
 }
 
 int TTriangularTopSurface::DumpSecDer(FILE* f, int index) {
-    const TPrimComb* const comb = comb_at(umbrella, index);
+    const TPrimComb* const comb = piece_at(umbrella, index);
     if (!comb) return 0;
     Piece& p = Piece::of(*comb);
     return print_derivatives(f, p, p.second_derivatives);

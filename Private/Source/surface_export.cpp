@@ -8,23 +8,22 @@
 #include "Support/report.h"
 
 #include <cmath>
-#include <cstddef>
 #include <ostream>
 
 namespace {
 
+using movane::first_piece;
 using movane::Formatted;
+using movane::next_piece;
+using movane::size;
 using Piece = top_surface_piece;
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
 
-constexpr int kErrorMemory    = 1;
 constexpr int kSides          = 4;
 constexpr int kTracePoints    = 101;
 constexpr double kShortest    = 1e-5;  // side of a piece that has a bounding plane
 constexpr double kPlaneMargin = 1e-5;
-
-std::size_t size(int n) { return static_cast<std::size_t>(n); }
 
 // --- bounding planes -----------------------------------------------------------------------------
 
@@ -68,13 +67,12 @@ BoundingPlane bounding_plane(const Piece& p, int side) {
 
 // --- the script ----------------------------------------------------------------------------------
 
-// name = [value value ... ], all separated alike.
+// What follows a name: its values.
 template <class Value>
 void write_trace(std::ostream& out, Value value) {
     out << " = [";
     for (int i = 0; i < kTracePoints; ++i) out << value(i) << " ";
-    out << "]"
-        << "\n";
+    out << "]\n";
 }
 
 double between(double lo, double hi, int i) { return lo + (hi - lo) * i / (kTracePoints - 1); }
@@ -85,8 +83,7 @@ void write_piece(std::ostream& out, const Piece& p, int k) {
             out << (is_a ? "x" : "y") << k << "_" << i << " = [";
             for (int j = 0; j < p.nr0; ++j)
                 out << p.colour(i * p.nr0 + j)[is_a ? p.chroma_a : p.chroma_b] << "  ";
-            out << "]"
-                << "\n";
+            out << "]\n";
         }
     }
     const auto extreme = [&](int which) {
@@ -103,8 +100,7 @@ void write_piece(std::ostream& out, const Piece& p, int k) {
         const BoundingPlane plane = bounding_plane(p, e);
         is_vertical[e]            = plane.b == 0;
         if (is_vertical[e]) {
-            out << "vertical line, x,y-pairs"
-                << "\n"
+            out << "vertical line, x,y-pairs\n"
                 << "xs" << k << "_" << e;
             write_trace(out, [&](int) { return plane.a == 0 ? 0.0 : -plane.d / plane.a; });
         }
@@ -115,20 +111,13 @@ void write_piece(std::ostream& out, const Piece& p, int k) {
         });
     }
     out << "plot(";
-    for (int i = 0; i < p.nr1; ++i)
-        out << "x" << k << "_" << i << ","
-            << "y" << k << "_" << i << ","
-            << "'y'"
-            << ",";
+    for (int i = 0; i < p.nr1; ++i) out << "x" << k << "_" << i << ",y" << k << "_" << i << ",'y',";
     for (int e = 0; e < kSides; ++e) {
         out << "xs" << k;
         if (is_vertical[e]) out << "_" << e;
-        out << ","
-            << "ys" << k << "_" << e << ","
-            << "'r'" << (e + 1 < kSides ? "," : "");
+        out << ",ys" << k << "_" << e << ",'r'" << (e + 1 < kSides ? "," : "");
     }
-    out << ")"
-        << "\n";
+    out << ")\n";
 }
 
 }  // namespace
@@ -146,12 +135,12 @@ int TPrimComb::InsideBoundingPlane(int side, double A, double B) {
 
 std::ostream& TTriangularTopSurface::ForBinaryStream(std::ostream& out) {
     int k = 0;
-    for (TElement* e = umbrella ? umbrella->First() : nullptr; e; e = e->Next(), ++k) {
-        Piece& piece = Piece::of(*static_cast<const TPrimComb*>(e));
+    for (TPrimComb* comb = first_piece(umbrella); comb; comb = next_piece(comb), ++k) {
+        Piece& piece = Piece::of(*comb);
         if (movane::evaluate(piece)) {
             write_piece(out, piece, k);
         } else {
-            errNo = kErrorMemory;
+            errNo = movane::kErrorMemory;
         }
     }
     return out;

@@ -18,22 +18,19 @@
 
 namespace {
 
+using movane::first_piece;
+using movane::kTwoPi;
+using movane::next_piece;
 using Piece = top_surface_piece;
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
 
 constexpr double kPi          = 3.1415926535;
-constexpr double kTwoPi       = 6.283185307;
 constexpr double kHalfPi      = 1.57079632675;
 constexpr double kTetaCeiling = 1.57078632675;  // below kPi / 2, so that its tangent is finite
 constexpr double kAngleMargin = 1e-5;
 constexpr double kSpanStart   = 0.9;  // a factor, not a margin
 constexpr double kSpanWidth   = 1.1;
-
-TPrimComb* first_piece(TList* umbrella) {
-    return umbrella ? static_cast<TPrimComb*>(umbrella->First()) : nullptr;
-}
-TPrimComb* next_piece(TPrimComb* comb) { return static_cast<TPrimComb*>(comb->Next()); }
 
 int compare_starts(void* element, void* added) {
     const auto& there = *static_cast<const TDumEl*>(static_cast<TElement*>(element));
@@ -63,14 +60,16 @@ double look_up(const lin_interp_double* table, double phir) {
 
 int TTriangularTopSurface::DetermineVTMax() {
     if (VTMax > 0) return 0;
-    bool is_first = true;
+    bool is_first  = true;
+    double largest = 0;
     for (TPrimComb* comb = first_piece(umbrella); comb; comb = next_piece(comb)) {
         Piece& piece = Piece::of(*comb);
         if (!movane::evaluate(piece)) return -1;
         if (piece.has_no_colour()) continue;
-        VTMax    = is_first ? piece.largest_lightness : std::max(VTMax, piece.largest_lightness);
+        largest  = is_first ? piece.largest_lightness : std::max(largest, piece.largest_lightness);
         is_first = false;
     }
+    VTMax = largest;
     return 0;
 }
 
@@ -179,17 +178,13 @@ int TTriangularTopSurface::DeterminePhirTetaMaxAndVTMin() {
 int TTriangularTopSurface::RecalcTetarForOutDarkGamPrims() {
     for (TElement* e = sortedPrimaries->First(); e; e = e->Next()) {
         const TPrimary& primary = *static_cast<const TPrimary*>(e);
-        const TPrimComb* comb   = first_piece(umbrella);
-        const auto spans        = [&](const Piece& piece) {
-            return piece.first->channel == primary.channel ||
-                   piece.second->channel == primary.channel;
-        };
-        while (comb && !spans(Piece::of(*comb))) comb = next_piece(const_cast<TPrimComb*>(comb));
+        TPrimComb* comb         = first_piece(umbrella);
+        while (comb && !Piece::of(*comb).varies(primary.channel)) comb = next_piece(comb);
         if (comb) continue;
 
         const double a = primary.colour[chromaA], b = primary.colour[chromaB];
-        const double teta = movane::teta_of(primary.colour[axis], std::sqrt(a * a + b * b));
-        const double phi  = movane::teta_of(a, b);
+        const double teta = movane::angle_of(primary.colour[axis], std::sqrt(a * a + b * b));
+        const double phi  = movane::angle_of(a, b);
         double phir       = 0;
         if (PhiToPhir(phi, &phir) != 0) return -1;
         const double teta_max = look_up(tetaMaxTable, phir);

@@ -9,29 +9,26 @@
 #include "Source/prim_comb.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdio>
 
 namespace {
 
+using movane::piece_at;
 using Piece = top_surface_piece;
-
-Piece* piece_at(TList* umbrella, int index) {
-    TElement* const comb = umbrella ? umbrella->Get(index) : nullptr;
-    return comb ? &Piece::of(*static_cast<const TPrimComb*>(comb)) : nullptr;
-}
 
 bool starts_cell(const Piece& piece, int node) {
     return node >= 0 && node % piece.nr0 + 1 < piece.nr0 && node / piece.nr0 + 1 < piece.nr1;
 }
 
-// The nodes of triangle `half` of a cell.
+// The colours of triangle t of an evaluated piece.
 struct Triangle {
     const double* corners[3];
 
-    Triangle(const Piece& piece, int node, int half)
-        : corners{piece.colour(node + half), piece.colour(half ? node + piece.nr0 : node + 1),
-                  piece.colour(node + piece.nr0 + half)} {}
+    Triangle(const Piece& piece, int t) {
+        int nodes[3];
+        movane::triangle_nodes(*piece.sheet, t, nodes);
+        for (int k = 0; k < 3; ++k) corners[k] = piece.colour(nodes[k]);
+    }
 
     void write(double (*triangle)[3]) const {
         for (int k = 0; k < 3; ++k) std::copy_n(corners[k], 3, triangle[k]);
@@ -41,8 +38,8 @@ struct Triangle {
 // --- announcing what is discarded ----------------------------------------------------------------
 
 void print_both_discarded(const Piece& piece, int node) {
-    const auto& p = Triangle(piece, node, 0).corners;
-    const auto& q = Triangle(piece, node, 1).corners;
+    const auto& p = Triangle(piece, 2 * node).corners;
+    const auto& q = Triangle(piece, 2 * node + 1).corners;
     std::printf(
         "Discard Triangles %3.1lf %d %d: \n %4.2lf %4.2lf \n %4.2lf, %4.2lf \n %4.2lf %4.2lf "
         "\n\n, %4.2lf %4.2lf \n %4.2lf, %4.2lf \n %4.2lf %4.2lf \n\n",
@@ -50,11 +47,11 @@ void print_both_discarded(const Piece& piece, int node) {
         p[2][2], q[0][1], q[0][2], q[1][1], q[1][2], q[2][1], q[2][2]);
 }
 
-void print_discarded(const Piece& piece, int node, int half) {
-    const auto& p = Triangle(piece, node, half).corners;
+void print_discarded(const Piece& piece, int t) {
+    const auto& p = Triangle(piece, t).corners;
     std::printf(
         "Discard Triangles %3.1lf %d: \n %4.2lf %4.2lf \n %4.2lf %4.2lf \n %4.2lf %4.2lf \n\n",
-        piece.device[0], 2 * node + half, p[0][1], p[0][2], p[1][1], p[1][2], p[2][1], p[2][2]);
+        piece.device[0], t, p[0][1], p[0][2], p[1][1], p[1][2], p[2][1], p[2][2]);
 }
 
 // --- cells ---------------------------------------------------------------------------------------
@@ -65,15 +62,14 @@ bool next_cell(Piece& piece, double (*first)[3], double (*second)[3]) {
     const int cells_end = (piece.nr1 - 1) * piece.nr0;
     for (int node = piece.node_cursor + 1; node < cells_end; ++node) {
         if (!starts_cell(piece, node)) continue;
-        const unsigned char* const record =
-            piece.discards.get() + 2 * static_cast<std::size_t>(node);
+        const unsigned char* const record = piece.discards.get() + 2 * movane::size(node);
         if (record[0] && record[1]) {
             print_both_discarded(piece, node);
             continue;
         }
-        if (record[0] || record[1]) print_discarded(piece, node, record[0] ? 0 : 1);
-        Triangle(piece, node, record[0] ? 1 : 0).write(first);
-        Triangle(piece, node, record[1] ? 0 : 1).write(second);
+        if (record[0] || record[1]) print_discarded(piece, 2 * node + (record[0] ? 0 : 1));
+        Triangle(piece, 2 * node + (record[0] ? 1 : 0)).write(first);
+        Triangle(piece, 2 * node + (record[1] ? 0 : 1)).write(second);
         piece.node_cursor = node;
         return true;
     }
@@ -107,7 +103,8 @@ bool next_masked(Piece& piece, double (*triangle)[3]) {
         element.cursor = piece.masked_entry++;
         const int node = number / 2;
         if (!starts_cell(piece, node)) continue;
-        Triangle(piece, node, node % 2).write(triangle);  // the parity of the node: hosts expect it
+        // The parity of the node, not that of the number: hosts expect it.
+        Triangle(piece, 2 * node + node % 2).write(triangle);
         return true;
     }
     piece.masked_element = piece.masked_entry = 0;
@@ -120,10 +117,11 @@ int TTriangularTopSurface::ScanTriangles(int restart, double (*first)[3], double
     if (restart != 0) triangleCursor = 0;
     bool is_entering = restart != 0;
     int moved        = 0;
-    while (Piece* const piece = piece_at(umbrella, triangleCursor)) {
-        if (!movane::evaluate(*piece)) return -1;
-        if (is_entering) piece->node_cursor = -1;
-        if (next_cell(*piece, first, second)) return restart != 0 ? 0 : moved;
+    while (const TPrimComb* const comb = piece_at(umbrella, triangleCursor)) {
+        Piece& piece = Piece::of(*comb);
+        if (!movane::evaluate(piece)) return -1;
+        if (is_entering) piece.node_cursor = -1;
+        if (next_cell(piece, first, second)) return restart != 0 ? 0 : moved;
         ++triangleCursor;
         is_entering = true;
         moved       = 1;
@@ -134,10 +132,11 @@ int TTriangularTopSurface::ScanTriangles(int restart, double (*first)[3], double
 int TTriangularTopSurface::ScanMaskedTriangles(int restart, double (*triangle)[3]) {
     if (restart != 0) maskedCursor = 0;
     int moved = 0;
-    while (Piece* const piece = piece_at(umbrella, maskedCursor)) {
-        if (!movane::evaluate(*piece)) return -1;
-        if (restart != 0) piece->masked_element = piece->masked_entry = 0;
-        if (next_masked(*piece, triangle)) return restart != 0 ? 0 : moved;
+    while (const TPrimComb* const comb = piece_at(umbrella, maskedCursor)) {
+        Piece& piece = Piece::of(*comb);
+        if (!movane::evaluate(piece)) return -1;
+        if (restart != 0) piece.masked_element = piece.masked_entry = 0;
+        if (next_masked(piece, triangle)) return restart != 0 ? 0 : moved;
         ++maskedCursor;
         moved = 1;
     }

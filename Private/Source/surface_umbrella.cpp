@@ -21,17 +21,16 @@ namespace {
 
 using movane::Answer;
 using movane::Block;
+using movane::first_piece;
+using movane::next_piece;
+using movane::size;
 using Piece = top_surface_piece;
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
 
-constexpr int kErrorMemory = 1;
-constexpr double kAbsent   = 1.0;  // no colorant
-constexpr double kFull     = 0.0;
-constexpr double kVaries   = -1.0;  // a device value of a pair
-constexpr double kLevel    = 1e-5;  // difference of lightnesses that count as equal
-
-std::size_t size(int n) { return static_cast<std::size_t>(n); }
+constexpr double kAbsent = 1.0;  // no colorant
+constexpr double kFull   = 0.0;
+constexpr double kVaries = -1.0;  // a device value of a pair
 
 Block<double> make_device(int channels) {
     auto device = movane::make_block<double>(size(channels));
@@ -48,16 +47,6 @@ int compare_primaries(void* element, void* added) {
 
 TPrimary* primary_at(TList* list, int position) {
     return static_cast<TPrimary*>(list->Get(position));
-}
-
-// Walks the pieces of an umbrella, which may be missing.
-TPrimComb* first_piece(TList* umbrella) {
-    return umbrella ? static_cast<TPrimComb*>(umbrella->First()) : nullptr;
-}
-TPrimComb* next_piece(TPrimComb* comb) { return static_cast<TPrimComb*>(comb->Next()); }
-
-bool spans(const Piece& piece, const TPrimary& primary) {
-    return piece.first->channel == primary.channel || piece.second->channel == primary.channel;
 }
 
 std::ptrdiff_t full_channels(const Piece& piece) {
@@ -83,11 +72,10 @@ bool reaches_out(Piece& piece, const TPrimary& primary) {
     device[size(primary.channel)] = kFull;
     movane::ask_device(piece.forward, piece.user_data, device.get(), extended);
 
-    bool is_defined  = false;
-    const double phi = movane::hue_of(piece, extended, &is_defined);
+    const auto at    = piece.chroma(extended);
+    const double phi = movane::angle_of(at.a, at.b);
     if (movane::find_hue_span(piece) && !movane::has_hue(piece, phi)) return false;
     double lightness = 0;
-    const auto at    = piece.chroma(extended);
     return movane::project(piece, at, &lightness) == Answer::none &&
            square_chroma(at) >= square_chroma(piece.chroma(corner));
 }
@@ -96,9 +84,8 @@ bool reaches_out(Piece& piece, const TPrimary& primary) {
 // sampled like the piece. Null, or with an error, without memory.
 std::unique_ptr<TPrimComb> split_off(const Piece& piece, const TPrimary& kept,
                                      const TPrimary& replaced, const TPrimary& further) {
-    const auto device = movane::make_block<double>(size(piece.nr_device));
+    const auto device = movane::copy_values(piece.device.get(), piece.nr_device);
     if (!device) return nullptr;
-    std::copy_n(piece.device.get(), piece.nr_device, device.get());
     device[size(replaced.channel)] = kFull;
     device[size(further.channel)]  = kVaries;
     return std::unique_ptr<TPrimComb>(new TPrimComb(
@@ -126,7 +113,7 @@ int TTriangularTopSurface::MakeSortedPrimList() {
     }
     if (!has_memory) {
         report("No Memory");
-        errNo = kErrorMemory;
+        errNo = movane::kErrorMemory;
         return -1;
     }
     sortedPrimaries = list.release();
@@ -190,8 +177,8 @@ int TTriangularTopSurface::AddToUmbrella(TPrimComb* comb) {
     if (!umbrella || !comb || comb->ErrNo() != 0) return -1;
     Piece& fresh = Piece::of(*comb);
     for (TPrimComb* old = first_piece(umbrella); old; old = next_piece(old)) {
-        const Piece& there = Piece::of(*old);
-        const int result   = movane::compare_pieces(Piece::of(*old), fresh);
+        Piece& there     = Piece::of(*old);
+        const int result = movane::compare_pieces(there, fresh);
         if (result < 0) return result;
         if (result == movane::kApart) continue;
         if (result != movane::kAbove || full_channels(there) < full_channels(fresh)) return 0;
@@ -211,7 +198,7 @@ int TTriangularTopSurface::ThrowOutRedundantPrimaries(double* device, double* ba
         if (primary.darkening) continue;
         const TPrimComb* above = nullptr;
         if (PointUnderNeathTopUmbrella(primary.colour, &above) < 0) return -1;
-        if (!above || spans(Piece::of(*above), primary)) continue;
+        if (!above || Piece::of(*above).varies(primary.channel)) continue;
 
         // Its own channel is counted, too, so that the entry behind its own is removed.
         int entry = 0;
@@ -222,13 +209,11 @@ int TTriangularTopSurface::ThrowOutRedundantPrimaries(double* device, double* ba
         primary.darkening       = 1;
         device[primary.channel] = kAbsent;
         --*counter;
-        for (TElement* piece = umbrella->Last(); piece;) {
-            TElement* const previous = piece->Previous();
-            if (spans(Piece::of(*static_cast<TPrimComb*>(piece)), primary)) {
-                umbrella->Subtract(piece);
-                delete piece;
-            }
-            piece = previous;
+        for (TElement *piece = umbrella->Last(), *previous = nullptr; piece; piece = previous) {
+            previous = piece->Previous();
+            if (!Piece::of(*static_cast<TPrimComb*>(piece)).varies(primary.channel)) continue;
+            umbrella->Subtract(piece);
+            delete piece;
         }
     }
     return 0;
@@ -239,7 +224,7 @@ int TTriangularTopSurface::ThrowOutRedundantPrimaries(double* device, double* ba
 int TTriangularTopSurface::SplitPiece(TPrimary* primary, TPrimComb* comb, TList* parts) {
     Piece& piece     = Piece::of(*comb);
     double lightness = 0;
-    if (spans(piece, *primary) ||
+    if (piece.varies(primary->channel) ||
         movane::project(piece, piece.chroma(primary->colour), &lightness) != Answer::none ||
         !reaches_out(piece, *primary))
         return 0;
@@ -331,7 +316,7 @@ int TTriangularTopSurface::PointUnderNeathTopUmbrella(const double* colour,
         double height       = 0;
         const Answer answer = movane::project(there, there.chroma(colour), &height);
         if (answer == Answer::failed) return -1;
-        if (answer == Answer::found && height > colour[axis] + kLevel) {
+        if (answer == Answer::found && height > colour[axis] + movane::kLevel) {
             *piece = comb;
             return 1;
         }
@@ -342,5 +327,5 @@ int TTriangularTopSurface::PointUnderNeathTopUmbrella(const double* colour,
 int TTriangularTopSurface::PrimaryUnderneathTopUmbrella(TPrimary* primary) {
     const TPrimComb* above = nullptr;
     if (PointUnderNeathTopUmbrella(primary->colour, &above) < 1) return 0;
-    return spans(Piece::of(*above), *primary) ? 0 : 1;
+    return Piece::of(*above).varies(primary->channel) ? 0 : 1;
 }

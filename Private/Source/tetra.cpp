@@ -7,6 +7,7 @@
 #include "tetra_volume.h"
 
 #include <climits>
+#include <cmath>
 #include <cstddef>
 
 // Hosts read the record.
@@ -22,10 +23,9 @@ using movane::Point3;
 
 constexpr double kLeastDeterminant = 1e-6;
 
-// Also replaces a determinant of 0, whatever its sign.
+// Either 0 counts as positive; what is not a number stays.
 double guarded(double determinant) {
-    if (determinant >= kLeastDeterminant || determinant <= -kLeastDeterminant) return determinant;
-    if (determinant != determinant) return determinant;
+    if (!(std::fabs(determinant) < kLeastDeterminant)) return determinant;
     return determinant < 0 ? -kLeastDeterminant : kLeastDeterminant;
 }
 

@@ -102,9 +102,10 @@ void for_each_crossing(const tetra_volume& v, const double* s, const double* e, 
 int tetra_volume_line_intersect(const tetra_volume* v, const double* s, const double* e,
                                 double* points, int max) {
     if (!v || !s || !e || (!points && max > 0)) return -1;
+    const Segment segment(s, e);
     int count = 0;
     for_each_crossing(*v, s, e, [&](double t) {
-        if (count < max) Segment(s, e).at(t).store(points + std::ptrdiff_t{3} * count);
+        if (count < max) segment.at(t).store(points + std::ptrdiff_t{3} * count);
         ++count;
         return true;
     });

@@ -16,39 +16,23 @@
 
 namespace {
 
+using movane::kErrorMemory;
+using movane::piece_at;
+using movane::size;
 using Piece = top_surface_piece;
 
 constexpr movane::Reporter report{"MOVANE/Private/Source/ttriangulartopsurface"};
 
-constexpr int kErrorMemory     = 1;
 constexpr int kErrorParameters = 2;
 constexpr int kFewestSamples   = 2;
 constexpr double kFirstMarker  = -2.0;  // of a further variable channel; the next ones lie below
 
-std::size_t size(int n) { return static_cast<std::size_t>(n); }
-
-// Null without memory.
-double* copy_values(const double* values, int count) {
-    auto copy = movane::make_block<double>(size(count));
-    if (copy) std::copy_n(values, count, copy.get());
-    return copy.release();
-}
-
-bool is_whole(const TPrimary&) { return true; }
-bool is_whole(const TPrimComb& comb) { return comb.ErrNo() == 0; }
-
-// The elements of a list, in its order; a missing list is copied as one. False without memory.
+// A missing list is copied as one. False without memory.
 template <class Element>
-bool copy_list(TList* from, TList** to) {
+bool copy_into(TList*& to, TList* from) {
     if (!from) return true;
-    *to = new TList;
-    if (!*to) return false;
-    for (TElement* e = from->First(); e; e = e->Next()) {
-        Element* const copy = new Element(*static_cast<const Element*>(e));
-        (*to)->Add(copy);
-        if (!copy || !is_whole(*copy)) return false;
-    }
-    return true;
+    to = movane::copy_list<Element>(from).release();
+    return to != nullptr;
 }
 
 }  // namespace
@@ -98,7 +82,7 @@ int TTriangularTopSurface::TakeSamples(const double* const* values, const int* c
             report("Invalid Parameters");
             return kErrorParameters;
         }
-        gridValues[k] = copy_values(values[k], counts[k]);
+        gridValues[k] = movane::copy_values(values[k], counts[k]).release();
         if (!gridValues[k]) {
             report("No Memory");
             return kErrorMemory;
@@ -158,9 +142,9 @@ int TTriangularTopSurface::CopyFrom(const TTriangularTopSurface& other) {
 
     bool is_done = TakeSamples(other.gridValues, other.nrGridValues) == 0;
     if (is_done) {
-        is_done = copy_list<TPrimary>(other.sortedPrimaries, &sortedPrimaries) &&
-                  copy_list<TPrimComb>(other.umbrella, &umbrella) &&
-                  copy_list<TPrimary>(other.darkeningPrimaries, &darkeningPrimaries);
+        is_done = copy_into<TPrimary>(sortedPrimaries, other.sortedPrimaries) &&
+                  copy_into<TPrimComb>(umbrella, other.umbrella) &&
+                  copy_into<TPrimary>(darkeningPrimaries, other.darkeningPrimaries);
         if (!is_done) report("No Memory");
     }
     if (is_done) return 0;
@@ -185,30 +169,22 @@ int TTriangularTopSurface::ErrNo() { return errNo; }
 
 // --- enumeration ---------------------------------------------------------------------------------
 
-namespace {
-
-// Null when there is none.
-const Piece* piece_at(TList* umbrella, int index) {
-    TElement* const comb = umbrella && index >= 0 ? umbrella->Get(index) : nullptr;
-    return comb ? &Piece::of(*static_cast<const TPrimComb*>(comb)) : nullptr;
-}
-
-}  // namespace
-
 int TTriangularTopSurface::GetNrDifferentPrimCombs() { return umbrella ? umbrella->Count() : 0; }
 
 int TTriangularTopSurface::GetNrVarCoordPrimComb(int index) {
-    const Piece* const piece = piece_at(umbrella, index);
-    if (!piece) return -1;
-    return 2 + (piece->further ? piece->further->Count() : 0);
+    const TPrimComb* const comb = piece_at(umbrella, index);
+    if (!comb) return -1;
+    const auto& further = Piece::of(*comb).further;
+    return 2 + (further ? further->Count() : 0);
 }
 
 int TTriangularTopSurface::GetPrimComb(int index, double* device) {
-    const Piece* const piece = piece_at(umbrella, index);
-    if (!piece) return -1;
-    std::copy_n(piece->device.get(), piece->nr_device, device);
+    const TPrimComb* const comb = piece_at(umbrella, index);
+    if (!comb) return -1;
+    const Piece& piece = Piece::of(*comb);
+    std::copy_n(piece.device.get(), piece.nr_device, device);
     double marker = kFirstMarker;
-    for (TElement* e = piece->further ? piece->further->First() : nullptr; e; e = e->Next()) {
+    for (TElement* e = piece.further ? piece.further->First() : nullptr; e; e = e->Next()) {
         const int channel = static_cast<const TPrimary*>(e)->channel;
         if (channel <= 0) break;  // channel 0 is never marked: hosts rely on it
         device[channel] = marker;

@@ -934,7 +934,8 @@ public:
     ///
     /// @param nrChannels     channels of the device, at least 1
     /// @param gridValues     the device values at which each channel is sampled
-    /// @param nrGridValues   how many, at least 2 each; pieces take at most 100000
+    /// @param nrGridValues   how many, at least 2 each; pieces take at most 100000, and comparing
+    ///                       two of them takes time with the square of their nodes
     /// @param userData       handed to `forward`; not null
     /// @param axis           the coordinate that is the lightness: 0, 1 or 2
     /// @param forward        the device; not null
@@ -1014,7 +1015,8 @@ public:
 
     /// Completes the device vector of a point of a piece.
     ///
-    /// @param params  a value for each variable coordinate, in the order of the channels
+    /// @param params  a value for each coordinate that GetPrimComb() marks, in the order of the
+    ///                channels
     /// @param device  receives nrChannels values, also when a value is out of range
     /// @return        0 when both values of the pair lie within their samples; -1 otherwise
     /// @fails         "No such umbrella surface"

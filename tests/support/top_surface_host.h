@@ -3,6 +3,8 @@
 
 #include "movane/gamut.h"
 
+#include "reference/linear_press.h"
+
 #include <cstddef>
 #include <functional>
 #include <vector>
@@ -21,6 +23,10 @@ struct Device {
         return -1;  // not examined
     }
 };
+
+inline Device device_of(const reference::LinearPress& press) {
+    return {[press](const double* device, double* colour) { press.colour(device, colour); }};
+}
 
 /// Samples of each channel, evenly spaced from full to none.
 struct Samples {
@@ -44,10 +50,10 @@ struct Surface : TTriangularTopSurface {
                                 lightness, Device::forward, steps, steps) {}
     using TTriangularTopSurface::TTriangularTopSurface;
 
-    using TTriangularTopSurface::AddToUmbrella;
     using TTriangularTopSurface::DeterminePhirTetarVTMax;
     using TTriangularTopSurface::DeterminePhirVTrTetar;
     using TTriangularTopSurface::DeterminePosPhiMinPosDeltaPhi;
+    using TTriangularTopSurface::DetermineVTMax;
     using TTriangularTopSurface::MakeSortedPrimList;
     using TTriangularTopSurface::PhirToPhi;
     using TTriangularTopSurface::PhiToPhir;
@@ -55,7 +61,6 @@ struct Surface : TTriangularTopSurface {
     using TTriangularTopSurface::ThrowOutRedundantPrimaries;
 
     using TTriangularTopSurface::darkeningPrimaries;
-    using TTriangularTopSurface::errNo;
     using TTriangularTopSurface::PosDeltaPhi;
     using TTriangularTopSurface::PosPhiMin;
     using TTriangularTopSurface::sortedPrimaries;
@@ -63,7 +68,6 @@ struct Surface : TTriangularTopSurface {
     using TTriangularTopSurface::umbrella;
     using TTriangularTopSurface::VTMax;
     using TTriangularTopSurface::VTMaxGrid;
-    using TTriangularTopSurface::VTMinTable;
 };
 
 }  // namespace movane_tests
