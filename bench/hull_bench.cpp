@@ -7,14 +7,11 @@
 
 #include "movane/gamut.h"
 
+#include "qhull_peer.h"
+
 #include <benchmark/benchmark.h>
 
-extern "C" {
-#include <libqhull_r/libqhull_r.h>
-}
-
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <random>
@@ -26,6 +23,8 @@ namespace {
 enum Shape { ball, surface };
 
 constexpr double kRadius = 10000;
+
+const char* const kOptions = "Pp";
 
 std::vector<double>& points(Shape shape, std::size_t count) {
     static std::map<std::pair<Shape, std::size_t>, std::vector<double>> made;
@@ -47,31 +46,12 @@ void construct(TConvexHull& hull, const std::vector<double>& all) {
     if (hull.Construct() != 0) std::abort();
 }
 
-class Peer {
-public:
-    explicit Peer(std::vector<double>& all) {
-        qh_zero(&qh, stderr);
-        char command[]  = "qhull Pp";
-        const int count = static_cast<int>(all.size() / 3);
-        if (qh_new_qhull(&qh, 3, count, all.data(), 0, command, nullptr, stderr) != 0) std::abort();
-    }
-    ~Peer() {
-        int live = 0, bytes = 0;
-        qh_freeqhull(&qh, 0);
-        qh_memfreeshort(&qh, &live, &bytes);
-    }
-    Peer(const Peer&)            = delete;
-    Peer& operator=(const Peer&) = delete;
-
-    qhT qh;
-};
-
 // The corners of the peer's hull are on ours, but for its tolerance: inside a little farther in,
 // and outside a little farther out.
 void check_peer(std::vector<double>& all) {
     TConvexHull hull;
     construct(hull, all);
-    const Peer peer(all);
+    const QhullPeer peer(all, kOptions);
     for (const vertexT* v = peer.qh.vertex_list; v && v->next; v = v->next) {
         const double* const p = v->point;
         for (const double scale : {0.9, 1.2}) {
@@ -94,7 +74,7 @@ void ours(benchmark::State& state, Shape shape) {
 void theirs(benchmark::State& state, Shape shape) {
     std::vector<double>& all = points(shape, static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
-        const Peer peer(all);
+        const QhullPeer peer(all, kOptions);
         benchmark::DoNotOptimize(peer.qh.num_facets);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));

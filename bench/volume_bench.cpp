@@ -7,13 +7,10 @@
 #include "movane/foundation.h"
 #include "movane/gamut.h"
 
+#include "qhull_peer.h"
+
 #include <benchmark/benchmark.h>
 
-extern "C" {
-#include <libqhull_r/libqhull_r.h>
-}
-
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -23,6 +20,8 @@ extern "C" {
 namespace {
 
 constexpr double kHalfSide = 100;
+
+const char* const kOptions = "d Qbb Qt Pp";
 
 struct KillList {
     void operator()(movane_list* list) const { list_kill(list); }
@@ -51,37 +50,20 @@ List list_of(const std::vector<double>& all) {
     return list;
 }
 
-class Peer {
-public:
-    explicit Peer(std::vector<double>& all) {
-        qh_zero(&qh, stderr);
-        char command[]  = "qhull d Qbb Qt Pp";
-        const int count = static_cast<int>(all.size() / 3);
-        if (qh_new_qhull(&qh, 3, count, all.data(), 0, command, nullptr, stderr) != 0) std::abort();
-    }
-    ~Peer() {
-        int live = 0, bytes = 0;
-        qh_freeqhull(&qh, 0);
-        qh_memfreeshort(&qh, &live, &bytes);
-    }
-    Peer(const Peer&)            = delete;
-    Peer& operator=(const Peer&) = delete;
-
-    // The lower side of the lifted points' hull.
-    [[nodiscard]] int tetrahedra() const {
-        int count = 0;
-        for (const facetT* f = qh.facet_list; f && f->next; f = f->next) count += !f->upperdelaunay;
-        return count;
-    }
-
-    qhT qh;
-};
+// The lower side of the lifted points' hull.
+int tetrahedra_of(std::vector<double>& all) {
+    const QhullPeer peer(all, kOptions);
+    int count = 0;
+    for (const facetT* f = peer.qh.facet_list; f && f->next; f = f->next)
+        count += !f->upperdelaunay;
+    return count;
+}
 
 void ours(benchmark::State& state) {
     std::vector<double>& all = coordinates(static_cast<std::size_t>(state.range(0)));
     const List points        = list_of(all);
     const Volume first(tetra_volume_new(points.get()));
-    if (!first || first->nr_of_tetrahedrae != Peer(all).tetrahedra()) std::abort();
+    if (!first || first->nr_of_tetrahedrae != tetrahedra_of(all)) std::abort();
     for (auto _ : state) {
         const Volume v(tetra_volume_new(points.get()));
         benchmark::DoNotOptimize(v.get());
@@ -92,7 +74,7 @@ void ours(benchmark::State& state) {
 void theirs(benchmark::State& state) {
     std::vector<double>& all = coordinates(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
-        const Peer peer(all);
+        const QhullPeer peer(all, kOptions);
         benchmark::DoNotOptimize(peer.qh.num_facets);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
