@@ -96,8 +96,8 @@ TEST_F(Gamut, MeasuresADeviceInClosedForm) {
     EXPECT_EQ(told["measured"]["farthest"], 0.0);
 
     // Primaries lie at 0, 120 and 240 degrees, mixtures of two as far out between them.
-    ASSERT_EQ(told["edge"].size(), 12u);
-    for (const json& edge : told["edge"]) {
+    ASSERT_EQ(told["umbrella_edge"].size(), 12u);
+    for (const json& edge : told["umbrella_edge"]) {
         const double hue = edge["hue"].get<double>(), away = std::fabs(std::fmod(hue, 120) - 60);
         if (std::fmod(hue, 60) != 0) continue;
         const double height = away == 0 ? 100 - 2 * kDarkness : 100 - kDarkness;
