@@ -16,8 +16,7 @@ constexpr double kLabelAway = 12, kLegendBelow = 58;
 constexpr double kMargin = 8, kNameRoom = 24, kDarkest = 0, kLightest = 105;
 constexpr double kNear = 2;  // of a plane, where patches are shown with it
 
-constexpr double kEdgeShown  = 1.4;  // how far the umbrella's edge may widen a picture
-constexpr char kEdgeMargin[] = ", a tenth beyond the top surface";
+constexpr double kEdgeShown = 1.4;  // how far the umbrella's edge may widen a picture
 
 constexpr int kPlanes    = 6;   // of the hues
 constexpr int kRampSteps = 40;  // of a curve of tints
@@ -39,6 +38,12 @@ Layer surface_layer(const char* name, const Style& style) {
 // "top surface", or whose it is where there are two.
 std::string text_of(const Shown& shown, const char* curve, const GamutShape& shape) {
     return shown.other ? std::string(curve) + " of " + shape.name() : curve;
+}
+
+// A turned umbrella has gaps, where its edge lies anywhere.
+std::string edge_text(const Shown& shown) {
+    const std::string text = text_of(shown, "umbrella edge", shown.shape);
+    return shown.shape.axis() == 0 ? text + ", a tenth beyond the top surface" : text;
 }
 
 // Its height is told by the legend, which comes last.
@@ -242,7 +247,7 @@ void append(Picture& picture, const Shown& shown, SectionLayers layers, Point le
         name(layers.other_surface, text_of(shown, "top surface", *shown.other));
         name(layers.other_hull, text_of(shown, "convex hull", *shown.other));
     }
-    name(layers.edge, text_of(shown, "umbrella edge", shown.shape) + kEdgeMargin);
+    name(layers.edge, edge_text(shown));
     name(layers.measured, "measured, within 2 units of the plane");
     append(picture, {layers.measured, layers.hull, layers.other_hull, layers.surface,
                      layers.other_surface, layers.edge});
@@ -308,8 +313,7 @@ Picture draw_top(const Shown& shown) {
     std::vector<LegendEntry> entries = {{&rim, text_of(shown, "top surface", shape)},
                                         {&hull, text_of(shown, "convex hull", shape)},
                                         {&tints, "tints of one ink"}};
-    if (!edge.lines.empty())
-        entries.push_back({&edge, text_of(shown, "umbrella edge", shape) + kEdgeMargin});
+    if (!edge.lines.empty()) entries.push_back({&edge, edge_text(shown)});
     if (shown.other) {
         add_rim(other_rim, *shown.other, plot);
         other_hull.lines.push_back(outline_of(*shown.other, plot));

@@ -171,6 +171,19 @@ TEST_F(Gamut, TakesEveryAxisAndKindOfDevice) {
     }
 }
 
+TEST_F(Gamut, TurnedUmbrellasStandOnThePaper) {
+    // At half a turn L* falls and b* stays: the surface ends where all three inks are full.
+    const json told = figures("chart.ti3 -o out --axis a");
+    json half;
+    for (const json& edge : told["umbrella_edge"])
+        if (edge["hue"] == 180.0) half = edge;
+    ASSERT_TRUE(half.contains("surface")) << told["umbrella_edge"];
+    EXPECT_NEAR(half["surface"]["chroma"].get<double>(), 3 * kDarkness, 0.01);
+    EXPECT_NEAR(half["surface"]["height"].get<double>(), 0, 0.01);
+    EXPECT_TRUE(half["is_open"].get<bool>());
+    EXPECT_FALSE(half.contains("chroma"));
+}
+
 // --- pictures -------------------------------------------------------------------------------
 
 TEST_F(Gamut, DrawsWhatOtherReadersAccept) {
@@ -270,6 +283,7 @@ TEST_F(Gamut, ErrorsNameTheOptionOrTheFile) {
         kCommand,
         {
             {"press.icc", 2, "--output"},
+            {"press.icc -o no/", 2, "--output: BASE is to end with"},
             {"press.icc -o out --section L=101", 2, "--section: L=101 is not L=0 to 100, a="},
             {"press.icc -o out --section hue=x", 2, "hue=x is not"},
             {"press.icc -o out --section C=3", 2, "C=3 is not"},
