@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <list>
 #include <memory>
 #include <optional>
@@ -72,6 +73,8 @@ std::vector<Section> parse_sections(const std::vector<std::string>& words) {
 class Files {
 public:
     Files(const std::string& base, const std::vector<Section>& sections) {
+        if (!std::filesystem::path(base).has_filename())
+            throw UsageError("--output: BASE is to end with the beginning of a file name");
         for (const char* const end : {"-top.svg", "-LC.svg", ".wrl", ".m"}) add(base + end);
         for (const Section& section : sections)
             add(base + "-section-" + section.file_name() + ".svg");

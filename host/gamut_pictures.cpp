@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <optional>
 
 namespace host {
@@ -21,7 +20,6 @@ constexpr double kEdgeShown = 1.4;  // how far the umbrella's edge may widen a p
 
 constexpr int kPlanes    = 6;   // of the hues
 constexpr int kRampSteps = 40;  // of a curve of tints
-constexpr double kDegree = std::numbers::pi / 180;
 
 // The curves of one gamut.
 struct Style {
@@ -29,14 +27,6 @@ struct Style {
     bool is_dashed;
 };
 constexpr Style kFirst = {0x1a1a1a, 0x1f6fb2, false}, kSecond = {0x8e2a8e, 0xd2691e, true};
-
-Colour edge_colour(const GamutShape& shape, const Edge& edge) {
-    const double first  = edge.chroma * std::cos(edge.hue * kDegree);
-    const double second = edge.chroma * std::sin(edge.hue * kDegree);
-    if (shape.axis() == 0) return {edge.height, first, second};
-    if (shape.axis() == 1) return {first, edge.height, second};
-    return {first, second, edge.height};
-}
 
 Layer hull_layer(const char* name, const Style& style) {
     return {.name = name, .colour = style.hull, .line_width = 1.6, .is_dashed = style.is_dashed};
@@ -48,6 +38,12 @@ Layer surface_layer(const char* name, const Style& style) {
 // "top surface", or whose it is where there are two.
 std::string text_of(const Shown& shown, const char* curve, const GamutShape& shape) {
     return shown.other ? std::string(curve) + " of " + shape.name() : curve;
+}
+
+// A turned umbrella has gaps, where its edge lies anywhere.
+std::string edge_text(const Shown& shown) {
+    const std::string text = text_of(shown, "umbrella edge", shown.shape);
+    return shown.shape.axis() == 0 ? text + ", a tenth beyond the top surface" : text;
 }
 
 // Its height is told by the legend, which comes last.
@@ -167,11 +163,12 @@ std::vector<std::vector<Point>> edge_lines(const GamutShape& shape, const Plot& 
     std::vector<std::vector<Point>> lines;
     double before = -1000;
     for (const Edge& edge : shape.edge()) {
+        if (edge.is_open) continue;
         if (edge.hue - before > GamutShape::kHueStep) lines.emplace_back();
         before = edge.hue;
-        lines.back().push_back(plot.at(edge_colour(shape, edge)));
+        lines.back().push_back(plot.at(edge.colour));
     }
-    if (lines.size() == 1 && shape.edge().size() == 360 / GamutShape::kHueStep)
+    if (lines.size() == 1 && lines[0].size() == 360 / GamutShape::kHueStep)
         lines[0].push_back(lines[0][0]);
     return lines;
 }
@@ -230,8 +227,8 @@ void draw_plane(const Shown& shown, const Plot& plot, SectionLayers& layers) {
     };
     if (plot.section().type == plane_type_hue && shown.shape.axis() == 0)
         for (const Edge& edge : shown.shape.edge())
-            if (std::fmod(edge.hue, 180) == std::fmod(plot.section().value, 180))
-                dot(layers.edge, edge_colour(shown.shape, edge));
+            if (!edge.is_open && std::fmod(edge.hue, 180) == std::fmod(plot.section().value, 180))
+                dot(layers.edge, edge.colour);
     if (shown.measured)
         for (const Patch& patch : shown.measured->patches)
             if (std::fabs(plot.section().side(patch.lab)) <= kNear) dot(layers.measured, patch.lab);
@@ -250,7 +247,7 @@ void append(Picture& picture, const Shown& shown, SectionLayers layers, Point le
         name(layers.other_surface, text_of(shown, "top surface", *shown.other));
         name(layers.other_hull, text_of(shown, "convex hull", *shown.other));
     }
-    name(layers.edge, "umbrella edge, a tenth beyond the top surface");
+    name(layers.edge, edge_text(shown));
     name(layers.measured, "measured, within 2 units of the plane");
     append(picture, {layers.measured, layers.hull, layers.other_hull, layers.surface,
                      layers.other_surface, layers.edge});
@@ -271,7 +268,8 @@ Range Shown::range_of(PlaneType type) const {
     }
     double farthest = 0;
     if (shape.axis() == 0)
-        for (const Edge& edge : shape.edge()) farthest = std::max(farthest, edge.chroma);
+        for (const Edge& edge : shape.edge())
+            if (!edge.is_open) farthest = std::max(farthest, edge.chroma);
     widest = std::max(widest, std::min(farthest, kEdgeShown * widest)) + kMargin;
     if (type == plane_type_lightness) return {-widest, widest, -widest, widest};
     return {-widest, widest, kDarkest, kLightest};
@@ -314,8 +312,8 @@ Picture draw_top(const Shown& shown) {
 
     std::vector<LegendEntry> entries = {{&rim, text_of(shown, "top surface", shape)},
                                         {&hull, text_of(shown, "convex hull", shape)},
-                                        {&edge, "umbrella edge, a tenth beyond"},
                                         {&tints, "tints of one ink"}};
+    if (!edge.lines.empty()) entries.push_back({&edge, edge_text(shown)});
     if (shown.other) {
         add_rim(other_rim, *shown.other, plot);
         other_hull.lines.push_back(outline_of(*shown.other, plot));

@@ -35,6 +35,10 @@ bool is_shown(const Edge& edge) { return std::fmod(edge.hue, kHueStep) == 0; }
 // --- text ----------------------------------------------------------------------------------------
 
 void print_figures(const GamutShape& shape, const Coverages& coverages, const PatchFile* measured) {
+    const bool is_hue        = shape.axis() == 0;  // and not an angle in some other plane
+    const char* const around = is_hue ? "hue" : "angle";
+    const char* const away   = is_hue ? "C*" : "distance";
+    const char* const up     = kAxes[shape.axis()];
     std::printf("%s\n", shape.model().file.c_str());
     std::printf("  model     %s\n", shape.model().description.c_str());
     for (const Primary& primary : shape.primaries())
@@ -51,18 +55,21 @@ void print_figures(const GamutShape& shape, const Coverages& coverages, const Pa
     }
     std::printf("\n");
     if (shape.hue_width() > 0)
-        std::printf("  umbrella  VTMax %.2f, hue %.2f to %.2f degrees\n", shape.largest_height(),
-                    shape.hue_start(), shape.hue_start() + shape.hue_width());
+        std::printf("  umbrella  VTMax %.2f, %s %.2f to %.2f degrees\n", shape.largest_height(),
+                    around, shape.hue_start(), shape.hue_start() + shape.hue_width());
     else
         std::printf("  umbrella  none: %s\n", shape.surface_message().c_str());
     for (const Edge& edge : shape.edge()) {
         if (!is_shown(edge)) continue;
-        std::printf("  edge      hue %3.0f   teta %5.2f  C* %6.2f  %s %6.2f", edge.hue, edge.teta,
-                    edge.chroma, kAxes[shape.axis()], edge.height);
+        std::printf("  %-8s  %3.0f  ", around, edge.hue);
         double chroma, height;
         if (shape.reach(edge.hue, chroma, height))
-            std::printf("   surface to C* %6.2f  %s %6.2f", chroma, kAxes[shape.axis()], height);
-        std::printf("\n");
+            std::printf(" surface to %s %6.2f  %s %6.2f  ", away, chroma, up, height);
+        if (edge.is_open)
+            std::printf(" umbrella without an edge\n");
+        else
+            std::printf(" umbrella edge %s %6.2f  %s %6.2f  teta %5.2f\n", away, edge.chroma, up,
+                        edge.height, edge.teta);
     }
     std::printf("  hull      volume %.0f, %zu faces, from %zu samples\n", shape.hull().volume(),
                 shape.hull().faces().size(), shape.samples());
@@ -101,17 +108,20 @@ Json to_json(const GamutShape& shape, const Coverages& coverages, const PatchFil
     } else {
         json["umbrella"] = shape.surface_message();
     }
-    json["edge"] = Json::array();
+    json["umbrella_edge"] = Json::array();
     for (const Edge& edge : shape.edge()) {
         if (!is_shown(edge)) continue;
-        Json entry = {{"hue", edge.hue},
-                      {"teta", edge.teta},
-                      {"chroma", edge.chroma},
-                      {"height", edge.height}};
+        Json entry = {{"hue", edge.hue}, {"teta", edge.teta}};
+        if (edge.is_open) {
+            entry["is_open"] = true;
+        } else {
+            entry["chroma"] = edge.chroma;
+            entry["height"] = edge.height;
+        }
         double chroma, height;
         if (shape.reach(edge.hue, chroma, height))
             entry["surface"] = {{"chroma", chroma}, {"height", height}};
-        json["edge"].push_back(std::move(entry));
+        json["umbrella_edge"].push_back(std::move(entry));
     }
     json["hull"] = {{"volume", shape.hull().volume()},
                     {"faces", shape.hull().faces().size()},

@@ -20,6 +20,7 @@ constexpr int kTablePoints         = 73;  // over the hue: 5 degrees apart
 constexpr std::size_t kMostInk     = 2;   // inks between none and full in a sample of the hull
 constexpr std::size_t kLongestName = 40;
 constexpr double kDegree           = std::numbers::pi / 180;
+constexpr double kOpen             = 89.99;  // degrees: the library keeps teta just below 90
 
 // Nothing is to stand between the results on standard output: the library announces there which
 // triangles it leaves out.
@@ -143,9 +144,15 @@ void GamutShape::take_surface() {
     for (int hue = 0; hue < 360; hue += kHueStep) {
         double teta, height;
         const bool is_within = std::fmod(hue - hue_start_ + 720, 360) <= hue_width_;
-        if (!is_within || surface_->UmbrellaEdge(hue * kDegree, &teta, &height) != 0) continue;
-        edge_.push_back(
-            {static_cast<double>(hue), teta / kDegree, std::tan(teta) * height, height});
+        // An angle of 0 stands for a gap between the pieces.
+        if (!is_within || surface_->UmbrellaEdge(hue * kDegree, &teta, &height) != 0 || teta <= 0)
+            continue;
+        Edge edge{static_cast<double>(hue), teta / kDegree, std::tan(teta) * height, height,
+                  teta >= kOpen * kDegree,  paper_};
+        edge.colour[static_cast<std::size_t>(axis_)] = height;
+        edge.colour[first_across()] += edge.chroma * std::cos(hue * kDegree);
+        edge.colour[second_across()] += edge.chroma * std::sin(hue * kDegree);
+        edge_.push_back(edge);
     }
 }
 
@@ -206,23 +213,29 @@ std::string GamutShape::name() const {
 }
 
 bool GamutShape::reach(double hue, double& chroma, double& height) const {
-    const auto a   = static_cast<std::size_t>(axis_ == 0),
-               b   = static_cast<std::size_t>(axis_ == 2 ? 1 : 2);
+    const std::size_t a = first_across(), b = second_across();
     const double x = std::cos(hue * kDegree), y = std::sin(hue * kDegree);
+    // The places of a colour across and along the ray from the paper.
+    const auto across = [&](const Colour& c) {
+        return y * (c[a] - paper_[a]) - x * (c[b] - paper_[b]);
+    };
+    const auto along_of = [&](const Colour& c) {
+        return x * (c[a] - paper_[a]) + y * (c[b] - paper_[b]);
+    };
     bool is_reached = false;
     for (const Combination& combination : combinations_) {
         for (const Triangle& t : combination.triangles) {
             for (std::size_t i = 0; i < 3; ++i) {
                 const Colour &p = t[i], &q = t[(i + 1) % 3];
-                const double from = y * p[a] - x * p[b], to = y * q[a] - x * q[b];
+                const double from = across(p), to = across(q);
                 if ((from < 0) == (to < 0)) continue;
                 const double part  = from / (from - to);
-                const auto at      = [&](std::size_t k) { return p[k] + part * (q[k] - p[k]); };
-                const double along = x * at(a) + y * at(b);
+                const double along = along_of(p) + part * (along_of(q) - along_of(p));
                 if (along <= 0 || (is_reached && along <= chroma)) continue;
-                chroma     = along;
-                height     = at(static_cast<std::size_t>(axis_));
-                is_reached = true;
+                const auto up = static_cast<std::size_t>(axis_);
+                chroma        = along;
+                height        = p[up] + part * (q[up] - p[up]);
+                is_reached    = true;
             }
         }
     }

@@ -26,9 +26,12 @@ struct Combination {
 };
 
 /// The end of the umbrella at a hue: the library leaves a margin of a tenth beyond the surface.
+/// Where that reaches a right angle, as it may when a* or b* is up, the umbrella has no end.
 struct Edge {
-    double hue, teta;       // degrees; teta is the angle from the lightness axis
-    double chroma, height;  // units of CIELAB
+    double hue, teta;       // degrees around the paper, and from the axis through it
+    double chroma, height;  // units of CIELAB: the distance from the axis, and the place along it
+    bool is_open;           // without an end: chroma and colour mean nothing
+    Colour colour;
 };
 
 /// Built once, then only read.
@@ -57,6 +60,10 @@ public:
     /// Gives the chroma and the height where the surface ends at a hue, in degrees; false when it
     /// does not reach that hue.
     bool reach(double hue, double& chroma, double& height) const;
+
+    /// The coordinates that are not up.
+    std::size_t first_across() const { return axis_ == 0 ? 1 : 0; }
+    std::size_t second_across() const { return axis_ == 2 ? 1 : 2; }
 
     /// Writes the library's plotting script of the surface; false when that cannot be done.
     bool write_script(const std::string& path) const;

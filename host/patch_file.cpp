@@ -27,10 +27,11 @@ namespace {
 
 constexpr std::size_t kLargestFile = 64 << 20;  // bytes
 constexpr std::size_t kMostFields = 1000, kMostPatches = 100'000;
-constexpr double kFullScale    = 100;   // of device values
-constexpr double kLargestLight = 1000;  // of X, Y, Z, L*, a*, b*
-constexpr double kPaperSlop    = 1e-6;  // of device values 0..1
-constexpr char kRemedy[]       = "name a CGATS file of measured patches";
+constexpr std::size_t kLongestDescription = 200;   // bytes
+constexpr double kFullScale               = 100;   // of device values
+constexpr double kLargestLight            = 1000;  // of X, Y, Z, L*, a*, b*
+constexpr double kPaperSlop               = 1e-6;  // of device values 0..1
+constexpr char kRemedy[]                  = "name a CGATS file of measured patches";
 
 // One word after the other, with the number of its line.
 class Words {
@@ -69,6 +70,14 @@ private:
     int line_ = 1;
 };
 
+// What a text may show on a terminal.
+std::string shown(std::string_view text) {
+    std::string result(text.substr(0, kLongestDescription));
+    for (char& c : result)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return result;
+}
+
 class Reader {
 public:
     Reader(const std::string& path, std::string_view text) : path_(path), words_(text) {}
@@ -94,7 +103,7 @@ private:
     void read_head() {
         std::string_view word;
         while (words_.next(word) && word != "BEGIN_DATA") {
-            if (word == "DESCRIPTOR" && words_.next(word)) file_.description = word;
+            if (word == "DESCRIPTOR" && words_.next(word)) file_.description = shown(word);
             if (word == "NUMBER_OF_SETS" && words_.next(word))
                 announced_ = number(word, 0, kMostPatches);
             if (word != "BEGIN_DATA_FORMAT") continue;

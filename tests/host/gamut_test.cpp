@@ -96,8 +96,8 @@ TEST_F(Gamut, MeasuresADeviceInClosedForm) {
     EXPECT_EQ(told["measured"]["farthest"], 0.0);
 
     // Primaries lie at 0, 120 and 240 degrees, mixtures of two as far out between them.
-    ASSERT_EQ(told["edge"].size(), 12u);
-    for (const json& edge : told["edge"]) {
+    ASSERT_EQ(told["umbrella_edge"].size(), 12u);
+    for (const json& edge : told["umbrella_edge"]) {
         const double hue = edge["hue"].get<double>(), away = std::fabs(std::fmod(hue, 120) - 60);
         if (std::fmod(hue, 60) != 0) continue;
         const double height = away == 0 ? 100 - 2 * kDarkness : 100 - kDarkness;
@@ -169,6 +169,19 @@ TEST_F(Gamut, TakesEveryAxisAndKindOfDevice) {
                 EXPECT_EQ(shop.read(file).find(none), std::string::npos) << file;
         }
     }
+}
+
+TEST_F(Gamut, TurnedUmbrellasStandOnThePaper) {
+    // At half a turn L* falls and b* stays: the surface ends where all three inks are full.
+    const json told = figures("chart.ti3 -o out --axis a");
+    json half;
+    for (const json& edge : told["umbrella_edge"])
+        if (edge["hue"] == 180.0) half = edge;
+    ASSERT_TRUE(half.contains("surface")) << told["umbrella_edge"];
+    EXPECT_NEAR(half["surface"]["chroma"].get<double>(), 3 * kDarkness, 0.01);
+    EXPECT_NEAR(half["surface"]["height"].get<double>(), 0, 0.01);
+    EXPECT_TRUE(half["is_open"].get<bool>());
+    EXPECT_FALSE(half.contains("chroma"));
 }
 
 // --- pictures -------------------------------------------------------------------------------
@@ -270,6 +283,7 @@ TEST_F(Gamut, ErrorsNameTheOptionOrTheFile) {
         kCommand,
         {
             {"press.icc", 2, "--output"},
+            {"press.icc -o no/", 2, "--output: BASE is to end with"},
             {"press.icc -o out --section L=101", 2, "--section: L=101 is not L=0 to 100, a="},
             {"press.icc -o out --section hue=x", 2, "hue=x is not"},
             {"press.icc -o out --section C=3", 2, "C=3 is not"},
