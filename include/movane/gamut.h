@@ -1115,8 +1115,8 @@ public:
     /// DumpFirstDer() of the second derivatives; fewer than three samples give 0.
     int DumpSecDer(FILE* f, int index);
 
-    /// Writes ForBinaryStream() to a file, replacing one that exists. An error number that is set
-    /// afterwards is reported, and cleared.
+    /// Writes ForBinaryStream() to a text file, replacing one that exists, with the line ends of
+    /// the system. An error number that is set afterwards is reported, and cleared.
     ///
     /// @param path  UTF-8
     /// @return      0; -1 when the file cannot be opened
