@@ -105,7 +105,6 @@ private:
 
 GamutShape::GamutShape(const std::string& path, int axis, int steps)
     : model_(open_model(path)), axis_(axis) {
-    error_set(3);  // printed messages would end up between the results
     const std::size_t inks = model_->inks.size();
     paper_                 = model_->colour_of(std::vector<double>(inks, 1.0).data());
 

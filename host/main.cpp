@@ -6,6 +6,8 @@
 #include "interrupt.h"
 #include "subcommands.h"
 
+#include <movane/foundation.h>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -34,6 +36,10 @@ constexpr Subcommand kSubcommands[] = {
     {"list", "tells what is in an archive", add_list},
     {"md5", "prints digests of files as md5sum does", add_md5},
 };
+
+// Of error_set(): failures are told in our own words, and what the library prints would end up
+// between the results.
+constexpr int kKeepLatestMessage = 3;
 
 // Where a standard stream is closed, the next file opened would take its place, and messages would
 // end up in an image.
@@ -67,6 +73,7 @@ int parse_and_run(int argc, char** argv) {
 int run(int argc, char** argv) {
     try {
         fill_standard_streams();
+        error_set(kKeepLatestMessage);
         remove_temporaries_on_interrupt();
         const int code = parse_and_run(argc, argv);
         if (std::fflush(stdout) != 0)

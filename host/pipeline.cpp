@@ -8,8 +8,6 @@
 #include "size_request.h"
 #include "unsharp.h"
 
-#include "movane/foundation.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -17,9 +15,8 @@
 namespace host {
 namespace {
 
-constexpr int kKeepLatestMessage = 3;  // of error_set(): failures are told in our own words
-constexpr Intent kIntents[]      = {Intent::perceptual, Intent::relative, Intent::saturation,
-                                    Intent::absolute};
+constexpr Intent kIntents[] = {Intent::perceptual, Intent::relative, Intent::saturation,
+                               Intent::absolute};
 
 using Clock = std::chrono::steady_clock;
 
@@ -151,7 +148,6 @@ Pipeline::Pipeline(const PipelineOptions& options, Observer* observer)
       source_description_("sRGB (the photo has no profile)"),
       device_(options.profile.empty() ? find_device_profile()
                                       : read_device_profile(options.profile)) {
-    error_set(kKeepLatestMessage);
     const auto note = [&](const std::string& text) {
         if (options_.is_quiet) return;
         std::fprintf(stderr, "movane: note: %s: %s\n", options_.photo.c_str(), text.c_str());
