@@ -73,6 +73,17 @@ void append_legend(Picture& picture, const std::vector<LegendEntry>& entries, Po
     append(picture, std::move(legend.layers));
 }
 
+template <class T>
+void extend(std::vector<T>& to, const std::vector<T>& from) {
+    to.insert(to.end(), from.begin(), from.end());
+}
+
+std::vector<Triangle> triangles_of(const GamutShape& shape) {
+    std::vector<Triangle> all;
+    for (const Combination& combination : shape.combinations()) extend(all, combination.triangles);
+    return all;
+}
+
 // --- from above ----------------------------------------------------------------------------------
 
 // The curve along which one ink grows from none to full while the others stay.
@@ -86,19 +97,19 @@ std::vector<Point> ramp(const GamutShape& shape, const Plot& plot, std::vector<d
     return points;
 }
 
-// The channels of a pair, and the device with both at a value.
+// The channels of a pair, and the device with both in full.
 struct Pair {
     std::size_t first, second;
     std::vector<double> device;
 };
 
-std::optional<Pair> pair_of(const Combination& combination, double value) {
+std::optional<Pair> full_pair_of(const Combination& combination) {
     Pair pair{0, 0, combination.device};
     std::vector<std::size_t> channels;
     for (std::size_t c = 0; c < pair.device.size(); ++c) {
         if (pair.device[c] != -1) continue;
         channels.push_back(c);
-        pair.device[c] = value;
+        pair.device[c] = 0;
     }
     if (channels.size() != 2) return std::nullopt;
     pair.first  = channels[0];
@@ -108,11 +119,8 @@ std::optional<Pair> pair_of(const Combination& combination, double value) {
 
 // Seen from above, what is higher hides what is lower.
 std::vector<Face> faces_from_above(const GamutShape& shape, const Plot& plot) {
-    const auto axis = static_cast<std::size_t>(shape.axis());
-    std::vector<Triangle> triangles;
-    for (const Combination& combination : shape.combinations())
-        triangles.insert(triangles.end(), combination.triangles.begin(),
-                         combination.triangles.end());
+    const auto axis                 = static_cast<std::size_t>(shape.axis());
+    std::vector<Triangle> triangles = triangles_of(shape);
     const auto height = [axis](const Triangle& t) { return t[0][axis] + t[1][axis] + t[2][axis]; };
     std::stable_sort(triangles.begin(), triangles.end(),
                      [&](const Triangle& a, const Triangle& b) { return height(a) < height(b); });
@@ -134,14 +142,14 @@ std::vector<Face> faces_from_above(const GamutShape& shape, const Plot& plot) {
 
 void add_rim(Layer& layer, const GamutShape& shape, const Plot& plot) {
     for (const Combination& combination : shape.combinations()) {
-        const auto full = pair_of(combination, 0);
+        const auto full = full_pair_of(combination);
         if (!full) continue;
         for (const std::size_t channel : {full->first, full->second})
             layer.lines.push_back(ramp(shape, plot, full->device, channel));
     }
 }
 
-std::vector<Point> outline_of(const GamutShape& shape, const Plot& plot) {
+std::vector<Point> outline_from_above(const GamutShape& shape, const Plot& plot) {
     std::vector<Point> corners;
     for (const Triangle& face : shape.hull().faces())
         for (const Colour& corner : face) corners.push_back(plot.at(corner));
@@ -156,6 +164,21 @@ void name_place(Layer& layer, Point at, Point paper, const std::string& name) {
     layer.dots.push_back(at);
     layer.labels.push_back(
         {{at.x + kLabelAway * along, at.y + (kLabelAway + 4) * down + 4}, align, name});
+}
+
+// The curve of each ink alone, and the names of inks and of pairs in full.
+void add_inks(Layer& tints, Layer& names, const GamutShape& shape, const Plot& plot) {
+    const Point paper = plot.at(shape.paper());
+    const std::vector<double> bare(shape.model().inks.size(), 1.0);
+    for (const Primary& primary : shape.primaries()) {
+        name_place(names, plot.at(primary.colour), paper,
+                   primary.name + (primary.is_darkening ? " (darkening)" : ""));
+        if (!primary.is_darkening) tints.lines.push_back(ramp(shape, plot, bare, primary.channel));
+    }
+    for (const Combination& combination : shape.combinations())
+        if (const auto full = full_pair_of(combination))
+            name_place(names, plot.at(shape.model().colour_of(full->device.data())), paper,
+                       combination.inks[0] + " + " + combination.inks[1]);
 }
 
 // The umbrella's end at all hues, in the plane of the other two coordinates.
@@ -189,14 +212,7 @@ SectionLayers make_layers() {
             {.name = "measured", .colour = 0x333333, .dot_radius = 1.8, .has_halo = true}};
 }
 
-std::vector<Triangle> triangles_of(const GamutShape& shape) {
-    std::vector<Triangle> all;
-    for (const Combination& combination : shape.combinations())
-        all.insert(all.end(), combination.triangles.begin(), combination.triangles.end());
-    return all;
-}
-
-std::vector<Point> hull_outline(const GamutShape& shape, const Plot& plot) {
+std::vector<Point> outline_in_plane(const GamutShape& shape, const Plot& plot) {
     std::vector<Point> points;
     for (const auto& [from, to] : plot.section().cut(shape.hull().faces())) {
         points.push_back(plot.at(from));
@@ -205,13 +221,8 @@ std::vector<Point> hull_outline(const GamutShape& shape, const Plot& plot) {
     return Plot::outline(std::move(points));
 }
 
-template <class T>
-void extend(std::vector<T>& to, std::vector<T> from) {
-    to.insert(to.end(), from.begin(), from.end());
-}
-
 void draw_plane(const Shown& shown, const Plot& plot, SectionLayers& layers) {
-    const std::vector<Point> ring = hull_outline(shown.shape, plot);
+    const std::vector<Point> ring = outline_in_plane(shown.shape, plot);
     extend(layers.fill.faces, plot.filled(ring));
     layers.hull.lines.push_back(ring);
     const auto surface = [&](const GamutShape& shape) {
@@ -219,7 +230,7 @@ void draw_plane(const Shown& shown, const Plot& plot, SectionLayers& layers) {
     };
     extend(layers.surface.lines, surface(shown.shape));
     if (shown.other) {
-        layers.other_hull.lines.push_back(hull_outline(*shown.other, plot));
+        layers.other_hull.lines.push_back(outline_in_plane(*shown.other, plot));
         extend(layers.other_surface.lines, surface(*shown.other));
     }
     const auto dot = [&](Layer& layer, const Colour& colour) {
@@ -289,22 +300,10 @@ Picture draw_top(const Shown& shown) {
     pieces.faces = faces_from_above(shape, plot);
     Layer tints{.name = "tints", .colour = 0x555555};
     Layer names{.name = "names", .colour = 0x222222, .dot_radius = 4, .has_halo = true};
-    const Point paper = plot.at(shape.paper());
-    const std::vector<double> bare(shape.model().inks.size(), 1.0);
-    for (const Primary& primary : shape.primaries()) {
-        name_place(names, plot.at(primary.colour), paper,
-                   primary.name + (primary.is_darkening ? " (darkening)" : ""));
-        if (!primary.is_darkening) tints.lines.push_back(ramp(shape, plot, bare, primary.channel));
-    }
-    for (const Combination& combination : shape.combinations()) {
-        const auto full = pair_of(combination, 0);
-        if (full)
-            name_place(names, plot.at(shape.model().colour_of(full->device.data())), paper,
-                       combination.inks[0] + " + " + combination.inks[1]);
-    }
+    add_inks(tints, names, shape, plot);
     Layer rim = surface_layer("top surface", kFirst), hull = hull_layer("convex hull", kFirst);
     add_rim(rim, shape, plot);
-    hull.lines.push_back(outline_of(shape, plot));
+    hull.lines.push_back(outline_from_above(shape, plot));
     Layer edge{.name = "umbrella edge", .colour = 0x00805a, .line_width = 1.4, .is_dashed = true};
     edge.lines       = plot.clipped(edge_lines(shape, plot));
     Layer other_rim  = surface_layer("other top surface", kSecond);
@@ -316,7 +315,7 @@ Picture draw_top(const Shown& shown) {
     if (!edge.lines.empty()) entries.push_back({&edge, edge_text(shown)});
     if (shown.other) {
         add_rim(other_rim, *shown.other, plot);
-        other_hull.lines.push_back(outline_of(*shown.other, plot));
+        other_hull.lines.push_back(outline_from_above(*shown.other, plot));
         entries.push_back({&other_rim, text_of(shown, "top surface", *shown.other)});
         entries.push_back({&other_hull, text_of(shown, "convex hull", *shown.other)});
     }
