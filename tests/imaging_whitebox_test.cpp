@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -22,6 +23,12 @@ using namespace movane_tests;
 using Messages = std::vector<std::string>;
 
 constexpr int kChannels[] = {0};
+
+Messages after(const char* first, std::size_t count, const char* others) {
+    Messages messages(count, others);
+    messages.insert(messages.begin(), first);
+    return messages;
+}
 
 TEST(ImagingWithoutMemory, CreationReportsAndLeavesNothing) {
     check_every_allocation_failure(
@@ -35,24 +42,13 @@ TEST(ImagingWithoutMemory, CreationReportsAndLeavesNothing) {
     check_every_allocation_failure("flood_new", "flood_new: malloc failure",
                                    [] { return made(flood_new(nullptr, nullptr), flood_kill); });
     check_every_allocation_failure(
-        "izat_start",
-        [] {
-            Messages messages(12, "izat_start: insuf. mem");
-            messages[0] = "izat_new:unable to create iza";
-            return messages;
-        }(),
-        [] {
+        "izat_start", after("izat_new:unable to create iza", 11, "izat_start: insuf. mem"), [] {
             const Handle z(izat_new(0), izat_kill);
             return z && izat_start(z, 3, 9, 70, 5, 30, nullptr, 1, 1) == 1;
         });
     check_every_allocation_failure(
         "ibilin_start",
-        [] {
-            Messages messages(6, "ibilin_start: unsufficient resources");
-            messages[0] = "ibilin_new:unable to create ibilin";
-            return messages;
-        }(),
-        [] {
+        after("ibilin_new:unable to create ibilin", 5, "ibilin_start: unsufficient resources"), [] {
             const Handle f(ibilin_new(0), ibilin_kill);
             return f && ibilin_start(f, 3, 9, 70, 5, 30, nullptr, 1, 1) == 1;
         });
