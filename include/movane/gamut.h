@@ -844,7 +844,9 @@ class MOVANE_API TMaskedTriangle : public TElement {
 public:
     ~TMaskedTriangle() override;
 
-    /// Copies the numbers, not the place in a list; the copy is read from its start.
+    /// Copies the numbers, not the place in a list; the copy is read from its start. Without
+    /// memory for the numbers, once there is an array for them, the process ends as dynar_ptr()
+    /// says.
     ///
     /// @fails  "No Mem"  out of memory; the copy has no further numbers
     TMaskedTriangle(const TMaskedTriangle& other);
@@ -881,7 +883,8 @@ public:
     ///
     /// @param samples0,samples1  device values of the first and the second primary's channel
     /// @param nr0,nr1            how many of them, 0 to 100000 each
-    /// @param device             nrDevice values: -1.0 at the two channels, fixed values elsewhere
+    /// @param device             nrDevice values, more than the number of either channel: -1.0 at
+    ///                           the two channels, fixed values elsewhere
     /// @param tag                -1 for a plain pair; else the channel by which a piece was split
     /// @fails  "Bad Initialisation of PrimComb"  no userData or no forward: ErrNo() 3
     ///         "TPrimCoord: Invalid data"        a count outside 0..100000: ErrNo() 2
