@@ -443,6 +443,21 @@ TEST(TopSurface, ScansMaskedTriangles) {
     }
 }
 
+TEST(TopSurfaceWithoutMemory, CopiesTrianglesWithoutTheirNumbers) {
+    const Masked triangles(4, {7, 9});
+    movane::testing::refuse_allocations_after(0, movane::testing::Shortage::passing);
+    const std::string posted = message_of([&] {
+        const TMaskedTriangle copy(triangles);
+        EXPECT_EQ(copy.id, 4);
+        EXPECT_EQ(copy.more, nullptr);
+    });
+    movane::testing::end_refusals();
+    EXPECT_EQ(posted, "No Mem");
+    const TMaskedTriangle copy(triangles);
+    EXPECT_EQ(dynar_nr_items(copy.more), 2);
+    EXPECT_EQ(*static_cast<int*>(dynar_ptr(copy.more, 1)), 9);
+}
+
 TEST(TopSurface, PrintsWhatIsDiscarded) {
     expect_printed(
         "Discard Triangles -1.0 1: \n 30.00 0.00 \n 0.00 30.00 \n 30.00 30.00 \n\n"
